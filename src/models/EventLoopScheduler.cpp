@@ -1,13 +1,14 @@
 #include "EventLoopScheduler.h"
 
+#include <cmath>
 #include <QPointer>
 #include <QTimer>
 
-#include <cmath>
-
 namespace {
 
-int milliseconds(double seconds) { return int(std::lround(seconds * 1000.0)); }
+int milliseconds(double seconds) {
+    return int(std::lround(seconds * 1000.0));
+}
 
 class EventLoopTimer final : public RepeatingTimer {
 public:

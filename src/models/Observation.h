@@ -2,10 +2,9 @@
 
 #include "Scheduler.h"
 
+#include <functional>
 #include <QList>
 #include <QObject>
-
-#include <functional>
 
 // One observable property: an object and the signal it emits when the property's value changes.
 class ObservedProperty {
@@ -13,7 +12,8 @@ public:
     template <typename Object, typename... Args>
     ObservedProperty(Object *object, void (Object::*changed)(Args...)) : m_object(object) {
         m_connect = [object, changed](QObject *receiver, std::function<void()> slot) {
-            return QObject::connect(object, changed, receiver, [slot = std::move(slot)] { slot(); });
+            return QObject::connect(object, changed, receiver,
+                                    [slot = std::move(slot)] { slot(); });
         };
     }
 

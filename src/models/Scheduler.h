@@ -1,9 +1,8 @@
 #pragma once
 
-#include <QObject>
-
 #include <functional>
 #include <memory>
+#include <QObject>
 
 // A timer that repeats until it is invalidated or destroyed.
 class RepeatingTimer {

@@ -1,13 +1,14 @@
 #include "VirtualTime.h"
 
-#include <QTimeZone>
-
 #include <algorithm>
 #include <cmath>
+#include <QTimeZone>
 
 namespace {
 
-qint64 milliseconds(double seconds) { return std::llround(seconds * 1000.0); }
+qint64 milliseconds(double seconds) {
+    return std::llround(seconds * 1000.0);
+}
 
 class VirtualTimer final : public RepeatingTimer {
 public:
@@ -54,9 +55,10 @@ std::unique_ptr<RepeatingTimer> VirtualTime::scheduleRepeating(QObject *context,
 void VirtualTime::advance(double seconds) {
     const QDateTime end = m_now.addMSecs(milliseconds(seconds));
     for (;;) {
-        auto next = std::min_element(m_tasks.begin(), m_tasks.end(), [](const Task &a, const Task &b) {
-            return a.due != b.due ? a.due < b.due : a.sequence < b.sequence;
-        });
+        auto next =
+            std::min_element(m_tasks.begin(), m_tasks.end(), [](const Task &a, const Task &b) {
+                return a.due != b.due ? a.due < b.due : a.sequence < b.sequence;
+            });
         if (next == m_tasks.end() || next->due > end)
             break;
         Task task = std::move(*next);

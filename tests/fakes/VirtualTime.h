@@ -3,10 +3,9 @@
 #include "models/Clock.h"
 #include "models/Scheduler.h"
 
+#include <memory>
 #include <QDateTime>
 #include <QPointer>
-
-#include <memory>
 #include <vector>
 
 // A clock and main-thread scheduler in virtual time: nothing runs until the test says so, and no
