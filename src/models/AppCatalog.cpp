@@ -1,0 +1,227 @@
+#include "AppCatalog.h"
+
+#include "AppEnvironment.h"
+#include "AppUsageStore.h"
+#include "IconCache.h"
+#include "platform/ApplicationBundles.h"
+#include "TaskPriority.h"
+#include "UserCollation.h"
+
+#include <algorithm>
+#include <QtConcurrent/qtconcurrenttask.h>
+#include <QThreadPool>
+
+namespace {
+
+const QString applePrefix = QStringLiteral("com.apple.");
+
+QString nameOf(const FolderEntry &entry, const BundleInfo &bundle, const QString &suffix) {
+    if (bundle.displayName)
+        return *bundle.displayName;
+    if (bundle.bundleName)
+        return *bundle.bundleName;
+    return QString(entry.name).remove(suffix);
+}
+
+// Sorts by the user's locale, keeping the scan order of names that compare equal. Sort keys
+// make each comparison a plain byte comparison, which keeps a large catalog quick to sort.
+void sortByName(QList<AppCatalog::RawEntry> &entries) {
+    const QCollator collator = UserCollation::caseSensitive();
+    std::vector<std::pair<QCollatorSortKey, qsizetype>> keys;
+    keys.reserve(size_t(entries.size()));
+    for (qsizetype i = 0; i < entries.size(); ++i)
+        keys.emplace_back(collator.sortKey(entries[i].name), i);
+    std::stable_sort(keys.begin(), keys.end(),
+                     [](const auto &a, const auto &b) { return a.first.compare(b.first) < 0; });
+    QList<AppCatalog::RawEntry> sorted;
+    sorted.reserve(entries.size());
+    for (const auto &key : keys)
+        sorted.append(std::move(entries[key.second]));
+    entries = std::move(sorted);
+}
+
+} // namespace
+
+AppCatalog::AppCatalog(const ApplicationBundles &bundles, IconCache &icons, QThreadPool &pool,
+                       QObject *parent)
+    : QObject(parent), m_bundles(bundles), m_icons(icons), m_pool(pool) {}
+
+AppCatalog &AppCatalog::shared() {
+    static auto *catalog = [] {
+        const auto &environment = AppEnvironment::current();
+        return new AppCatalog(*environment.bundles, IconCache::shared(), *environment.threadPool);
+    }();
+    return *catalog;
+}
+
+const QSet<QString> &AppCatalog::excludedBundleIDs() {
+    static const QSet<QString> ids{
+        QStringLiteral("com.apple.finder"),
+        QStringLiteral("com.apple.dock"),
+        QStringLiteral("com.apple.loginwindow"),
+        QStringLiteral("com.apple.SystemUIServer"),
+        QStringLiteral("com.apple.WindowManager"),
+        QStringLiteral("com.apple.notificationcenterui"),
+        QStringLiteral("com.apple.coreservices.uiagent"),
+        QStringLiteral("com.apple.commerce"),
+        builtInBundleIdentifier,
+        QStringLiteral("com.anthropic.claude-code-url-handler"),
+    };
+    return ids;
+}
+
+QString AppCatalog::ownBundleIdentifier(const ApplicationBundles &bundles) {
+    return bundles.mainBundleIdentifier().value_or(builtInBundleIdentifier);
+}
+
+QList<AppCatalog::RawEntry> AppCatalog::scanInstalledApps(const ApplicationBundles &bundles) {
+    const QString suffix = bundles.bundleSuffix();
+    QSet<QString> seen;
+    QList<RawEntry> result;
+    for (const ScanFolder &folder : bundles.scanFolders()) {
+        const auto entries = bundles.contentsOfFolder(folder.path);
+        if (!entries)
+            continue;
+        for (const FolderEntry &entry : *entries) {
+            if (!entry.name.endsWith(suffix))
+                continue;
+            const auto bundle = bundles.openBundle(entry);
+            if (!bundle || bundle->bundleIdentifier.isEmpty() ||
+                seen.contains(bundle->bundleIdentifier))
+                continue;
+            seen.insert(bundle->bundleIdentifier);
+            if (!bundle->isOffered)
+                continue;
+            result.append({nameOf(entry, *bundle, suffix), bundle->bundleIdentifier, entry.path,
+                           folder.isSystem || bundle->bundleIdentifier.startsWith(applePrefix),
+                           bundle->isUtility});
+        }
+    }
+    sortByName(result);
+    return result;
+}
+
+void AppCatalog::loadIfNeeded() {
+    if (m_hasStartedLoading)
+        return;
+    m_hasStartedLoading = true;
+    emit hasStartedLoadingChanged();
+    const ApplicationBundles *bundles = &m_bundles;
+    QtConcurrent::task([bundles] { return scanInstalledApps(*bundles); })
+        .onThreadPool(m_pool)
+        .withPriority(TaskPriority::userInitiated)
+        .spawn()
+        .then(this, [this](const QList<RawEntry> &entries) { publish(entries); });
+}
+
+void AppCatalog::publish(const QList<RawEntry> &rawEntries) {
+    const QString own = ownBundleIdentifier(m_bundles);
+    QList<AppEntry> apps;
+    QHash<QString, AppEntry> byID;
+    QSet<QString> utilityIDs;
+    apps.reserve(rawEntries.size());
+    byID.reserve(rawEntries.size());
+    for (const RawEntry &raw : rawEntries) {
+        if (raw.bundleID == own || excludedBundleIDs().contains(raw.bundleID))
+            continue;
+        AppEntry entry{raw.bundleID, raw.name, raw.path, raw.isSystem};
+        apps.append(entry);
+        byID.insert(entry.id, entry);
+        if (raw.isUtility)
+            utilityIDs.insert(entry.id);
+    }
+    m_utilityIDs = std::move(utilityIDs);
+    if (byID != m_byID) {
+        m_byID = std::move(byID);
+        emit byIDChanged();
+    }
+    if (apps != m_apps) {
+        m_apps = apps;
+        emit appsChanged();
+    }
+    if (m_isLoading) {
+        m_isLoading = false;
+        emit isLoadingChanged();
+    }
+    QStringList paths;
+    paths.reserve(m_apps.size());
+    for (const AppEntry &entry : std::as_const(m_apps))
+        paths.append(entry.path);
+    m_icons.prefetchIcons(paths);
+}
+
+std::optional<AppEntry> AppCatalog::entry(const QString &bundleID) const {
+    const auto found = m_byID.constFind(bundleID);
+    if (found == m_byID.cend())
+        return std::nullopt;
+    return *found;
+}
+
+std::optional<QString> AppCatalog::appPath(const QString &bundleID) const {
+    if (const auto found = entry(bundleID))
+        return found->path;
+    return m_bundles.pathForBundleIdentifier(bundleID);
+}
+
+const QSet<QString> &AppCatalog::appleUtilityBundleIDs() {
+    static const QSet<QString> ids{
+        QStringLiteral("com.apple.ActivityMonitor"),
+        QStringLiteral("com.apple.Automator"),
+        QStringLiteral("com.apple.BluetoothFileExchange"),
+        QStringLiteral("com.apple.ColorSyncUtility"),
+        QStringLiteral("com.apple.Console"),
+        QStringLiteral("com.apple.DigitalColorMeter"),
+        QStringLiteral("com.apple.DiskUtility"),
+        QStringLiteral("com.apple.FontBook"),
+        QStringLiteral("com.apple.grapher"),
+        QStringLiteral("com.apple.KeychainAccess"),
+        QStringLiteral("com.apple.MigrateAssistant"),
+        QStringLiteral("com.apple.SystemProfiler"),
+        QStringLiteral("com.apple.VoiceOverUtility"),
+        QStringLiteral("com.apple.airport.airportutility"),
+        QStringLiteral("com.apple.audio.AudioMIDISetup"),
+        QStringLiteral("com.apple.bootcampassistant"),
+        QStringLiteral("com.apple.DirectoryUtility"),
+        QStringLiteral("com.apple.FolderActionsSetup"),
+        QStringLiteral("com.apple.Image_Capture"),
+        QStringLiteral("com.apple.ImageCapture"),
+        QStringLiteral("com.apple.ScriptEditor2"),
+        QStringLiteral("com.apple.Ticket-Viewer"),
+        QStringLiteral("com.apple.WirelessDiagnostics"),
+        QStringLiteral("com.apple.ScreenSharing"),
+        QStringLiteral("com.apple.screensharing"),
+        QStringLiteral("com.apple.PrintKit.PrinterTool"),
+        QStringLiteral("com.apple.BluetoothSetupAssistant"),
+        QStringLiteral("com.apple.CaptiveNetworkAssistant"),
+        QStringLiteral("com.apple.CertificateAssistant"),
+        QStringLiteral("com.apple.ExpansionSlotUtility"),
+        QStringLiteral("com.apple.OSDUIHelper"),
+        QStringLiteral("com.apple.ProblemReporter"),
+        QStringLiteral("com.apple.RAIDUtility"),
+        QStringLiteral("com.apple.SystemUIServer"),
+    };
+    return ids;
+}
+
+bool AppCatalog::isUtilityApp(const AppEntry &entry, const QSet<QString> &utilityIDs) {
+    if (entry.path.startsWith(QLatin1String("/System/Applications/Utilities/")))
+        return true;
+    if (entry.path.startsWith(QLatin1String("/Applications/Utilities/")))
+        return entry.id != QLatin1String("com.apple.Terminal");
+    return appleUtilityBundleIDs().contains(entry.id) || utilityIDs.contains(entry.id);
+}
+
+bool AppCatalog::rankedBefore(const AppEntry &a, const AppEntry &b, const AppUsageStore &usage,
+                              const QSet<QString> &utilityIDs) {
+    const bool aIsUtility = isUtilityApp(a, utilityIDs);
+    if (aIsUtility != isUtilityApp(b, utilityIDs))
+        return !aIsUtility;
+    const double aScore = usage.score(a.id);
+    const double bScore = usage.score(b.id);
+    if (aScore != bScore)
+        return aScore > bScore;
+    if (a.isSystem != b.isSystem)
+        return !a.isSystem;
+    static const QCollator caseInsensitive = UserCollation::caseInsensitive();
+    return caseInsensitive.compare(a.name, b.name) < 0;
+}
