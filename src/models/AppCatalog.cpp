@@ -23,21 +23,14 @@ QString nameOf(const FolderEntry &entry, const BundleInfo &bundle, const QString
     return QString(entry.name).remove(suffix);
 }
 
-// Sorts by the user's locale, keeping the scan order of names that compare equal. Sort keys
-// make each comparison a plain byte comparison, which keeps a large catalog quick to sort.
+// Sorts by the user's locale, keeping the scan order of names that compare equal. For a
+// catalog's worth of names, comparing them directly costs less than making an ICU sort key for
+// each.
 void sortByName(QList<AppCatalog::RawEntry> &entries) {
     const QCollator collator = UserCollation::caseSensitive();
-    std::vector<std::pair<QCollatorSortKey, qsizetype>> keys;
-    keys.reserve(size_t(entries.size()));
-    for (qsizetype i = 0; i < entries.size(); ++i)
-        keys.emplace_back(collator.sortKey(entries[i].name), i);
-    std::stable_sort(keys.begin(), keys.end(),
-                     [](const auto &a, const auto &b) { return a.first.compare(b.first) < 0; });
-    QList<AppCatalog::RawEntry> sorted;
-    sorted.reserve(entries.size());
-    for (const auto &key : keys)
-        sorted.append(std::move(entries[key.second]));
-    entries = std::move(sorted);
+    std::stable_sort(entries.begin(), entries.end(), [&](const auto &a, const auto &b) {
+        return collator.compare(a.name, b.name) < 0;
+    });
 }
 
 } // namespace
@@ -82,15 +75,17 @@ QList<AppCatalog::RawEntry> AppCatalog::scanInstalledApps(const ApplicationBundl
         const auto entries = bundles.contentsOfFolder(folder.path);
         if (!entries)
             continue;
+        seen.reserve(seen.size() + entries->size());
+        result.reserve(result.size() + entries->size());
         for (const FolderEntry &entry : *entries) {
             if (!entry.name.endsWith(suffix))
                 continue;
             const auto bundle = bundles.openBundle(entry);
-            if (!bundle || bundle->bundleIdentifier.isEmpty() ||
-                seen.contains(bundle->bundleIdentifier))
+            if (!bundle || bundle->bundleIdentifier.isEmpty())
                 continue;
+            const qsizetype seenBefore = seen.size();
             seen.insert(bundle->bundleIdentifier);
-            if (!bundle->isOffered)
+            if (seen.size() == seenBefore || !bundle->isOffered)
                 continue;
             result.append({nameOf(entry, *bundle, suffix), bundle->bundleIdentifier, entry.path,
                            folder.isSystem || bundle->bundleIdentifier.startsWith(applePrefix),
