@@ -2,59 +2,70 @@
 
 #include "platform/IconProvider.h"
 
-#include <QHash>
-#include <QList>
+#include <algorithm>
+#include <QColor>
+#include <QCoreApplication>
 #include <QMutex>
-#include <QSet>
 #include <QStringList>
+#include <QThread>
 #include <QWaitCondition>
 
-class QThread;
-
-// A simulated icon service. It records every call and the thread it ran on, can hold lookups
-// until the test lets them finish, and counts how many run at the same time.
+// A simulated icon service. It records the calls and whether any ran on the GUI thread, counts the
+// lookups that run at once, and can hold lookups until the test lets them go.
 class FakeIconProvider final : public IconProvider {
 public:
-    // The icon the fake answers for a path: a solid colour of its own at the given edge.
-    static QImage iconFor(const QString &path, int edge);
+    struct Record {
+        QStringList requested; // in the order of the calls, duplicates included
+        int symbolRequests = 0;
+        int running = 0;
+        int maxRunning = 0;
+        bool onGuiThread = false; // whether any call ran there
+    };
 
-    QImage iconForFile(const QString &path, int size) const override;
-    QImage symbolImage(const QString &name, int size) const override;
+    // The image of "app.fill", null where the platform has no such symbol. Set before use.
+    QImage fallback;
 
-    // Answers icons of this edge length whatever size is asked for; 0 answers the size asked.
-    void setIconEdge(int edge);
-    // The image answered for "app.fill"; a null image when the platform has no such symbol.
-    void setFallbackSymbol(const QImage &image);
-    static QImage defaultFallbackSymbol();
+    // The icon of a path: a colour of its own, at a size other than the cache's.
+    static QImage iconFor(const QString &path) {
+        QImage image(48, 48, QImage::Format_ARGB32_Premultiplied);
+        image.fill(QColor::fromRgb(qHash(path) | 0xff000000u));
+        return image;
+    }
 
-    // While holding, every lookup waits until the test releases it.
-    void setHolding(bool holding);
-    // Lets the lookups that wait now finish.
-    void releaseWaiting();
-    QStringList waitingPaths() const;
+    QImage iconForFile(const QString &path, int) const override {
+        QMutexLocker locker(&m_lock);
+        m_record.requested.append(path);
+        m_record.onGuiThread |= QThread::currentThread() == qApp->thread();
+        m_record.maxRunning = std::max(m_record.maxRunning, ++m_record.running);
+        for (const quint64 arrival = m_releases; m_holding && m_releases == arrival;)
+            m_released.wait(&m_lock);
+        --m_record.running;
+        return iconFor(path);
+    }
+    QImage symbolImage(const QString &name, int) const override {
+        QMutexLocker locker(&m_lock);
+        m_record.onGuiThread |= QThread::currentThread() == qApp->thread();
+        ++m_record.symbolRequests;
+        return name == QLatin1String("app.fill") ? fallback : QImage();
+    }
 
-    // Paths asked for, in the order of the calls, duplicates included.
-    QStringList requestedPaths() const;
-    int symbolRequestCount() const;
-    int maxConcurrentLookups() const;
-    // Whether any call, lookup or symbol, ran on this thread.
-    bool wasCalledOn(const QThread *thread) const;
+    // Lets the lookups that wait now go; while holding, the ones that come later wait for the
+    // next call.
+    void hold(bool holding) {
+        QMutexLocker locker(&m_lock);
+        m_holding = holding;
+        ++m_releases;
+        m_released.wakeAll();
+    }
+    Record record() const {
+        QMutexLocker locker(&m_lock);
+        return m_record;
+    }
 
 private:
-    void begin(const QString &path) const;
-    void waitForRelease(const QString &path) const;
-    void end() const;
-
     mutable QMutex m_lock;
     mutable QWaitCondition m_released;
-    mutable QStringList m_requested;
-    mutable QStringList m_waiting;
-    mutable QSet<const QThread *> m_threads;
-    mutable int m_symbolRequests = 0;
-    mutable int m_running = 0;
-    mutable int m_maxRunning = 0;
-    mutable quint64 m_releases = 0;
+    mutable Record m_record;
+    quint64 m_releases = 0;
     bool m_holding = false;
-    int m_iconEdge = 0;
-    QImage m_fallbackSymbol = defaultFallbackSymbol();
 };

@@ -2,28 +2,20 @@
 
 #include "platform/RunningApplication.h"
 
-// A running application whose every property the test sets.
+// A running application that has nothing but its icon.
 class FakeRunningApplication final : public RunningApplication {
 public:
-    std::optional<QString> bundleID;
-    std::optional<QString> name;
-    qint32 pid = 0;
-    ActivationPolicy policy = ActivationPolicy::Regular;
-    bool terminated = false;
-    std::optional<QString> path;
-    QImage image;
-    bool acceptsTerminate = true;
-    int terminateCount = 0;
+    explicit FakeRunningApplication(QImage icon) : m_icon(std::move(icon)) {}
 
-    std::optional<QString> bundleIdentifier() const override { return bundleID; }
-    std::optional<QString> localizedName() const override { return name; }
-    qint32 processIdentifier() const override { return pid; }
-    ActivationPolicy activationPolicy() const override { return policy; }
-    bool isTerminated() const override { return terminated; }
-    std::optional<QString> bundlePath() const override { return path; }
-    QImage icon() const override { return image; }
-    bool terminate() override {
-        ++terminateCount;
-        return acceptsTerminate;
-    }
+    std::optional<QString> bundleIdentifier() const override { return {}; }
+    std::optional<QString> localizedName() const override { return {}; }
+    qint32 processIdentifier() const override { return 0; }
+    ActivationPolicy activationPolicy() const override { return ActivationPolicy::Regular; }
+    bool isTerminated() const override { return false; }
+    std::optional<QString> bundlePath() const override { return {}; }
+    QImage icon() const override { return m_icon; }
+    bool terminate() override { return false; }
+
+private:
+    QImage m_icon;
 };

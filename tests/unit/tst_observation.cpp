@@ -1,94 +1,78 @@
 #include "fakes/VirtualTime.h"
+#include "models/EventLoopScheduler.h"
 #include "models/Observation.h"
 
 #include <QTest>
-
-// A model with two observable properties that notify only on a real change.
-class Counter : public QObject {
-    Q_OBJECT
-public:
-    int value() const { return m_value; }
-    void setValue(int value) {
-        if (value == m_value)
-            return;
-        m_value = value;
-        emit valueChanged();
-    }
-    void setLabel(const QString &label) {
-        if (label == m_label)
-            return;
-        m_label = label;
-        emit labelChanged(label);
-    }
-
-signals:
-    void valueChanged();
-    void labelChanged(const QString &label);
-
-private:
-    int m_value = 0;
-    QString m_label;
-};
 
 class ObservationTest : public QObject {
     Q_OBJECT
 
 private slots:
-    void oneShotFiresOnceForTheFirstChangeOfAnyProperty() {
-        Counter counter;
-        int calls = 0;
-        Observation::once({{&counter, &Counter::valueChanged}, {&counter, &Counter::labelChanged}},
-                          [&] { ++calls; });
-        counter.setValue(0); // no change, no call
-        QCOMPARE(calls, 0);
-        counter.setLabel("x");
-        counter.setValue(3);
-        counter.setLabel("y");
-        QCOMPARE(calls, 1);
-    }
-
-    void oneShotGoesAwayWithTheObservedObject() {
-        int calls = 0;
-        {
-            Counter counter;
-            Observation::once({{&counter, &Counter::valueChanged}}, [&] { ++calls; });
-        }
-        QCOMPARE(calls, 0);
-    }
-
-    void rearmingCoalescesChangesIntoOneReactionWithTheLatestValue() {
+    void reactsOnceToChangesOfAnyPropertyAfterThemWatchesAgainAndStopsWithItsOwner() {
         VirtualTime time;
-        Counter counter;
-        QObject owner;
-        QList<int> seen;
-        Observation::rearming(&owner, time, {{&counter, &Counter::valueChanged}},
-                              [&] { seen.append(counter.value()); });
-        counter.setValue(1);
-        counter.setValue(2);
-        counter.setValue(3);
+        QObject first;
+        QObject second;
+        auto *owner = new QObject;
+        QStringList seen;
+        Observation::rearming(
+            owner, time,
+            {{&first, &QObject::objectNameChanged}, {&second, &QObject::objectNameChanged}},
+            [&] { seen << first.objectName(); });
+        for (const char *name : {"1", "2", "3"}) {
+            first.setObjectName(name);
+            second.setObjectName(name);
+        }
         QVERIFY(seen.isEmpty()); // never inside the change itself
         time.runPending();
-        QCOMPARE(seen, QList<int>{3});
-
-        counter.setValue(4); // armed again after the reaction
+        QCOMPARE(seen, QStringList{"3"});
+        second.setObjectName("armed again");
         time.runPending();
-        QCOMPARE(seen, (QList<int>{3, 4}));
+        QCOMPARE(seen, (QStringList{"3", "3"}));
+
+        first.setObjectName("4");
+        delete owner; // gone before the reaction runs
+        time.runPending();
+        first.setObjectName("5");
         time.runPending();
         QCOMPARE(seen.size(), 2);
     }
 
-    void rearmingStopsWithItsOwner() {
+    void virtualTimeRunsTasksInTimeOrderWhileTheirTimerLasts() {
         VirtualTime time;
-        Counter counter;
-        int calls = 0;
-        auto *owner = new QObject;
-        Observation::rearming(owner, time, {{&counter, &Counter::valueChanged}}, [&] { ++calls; });
-        counter.setValue(1);
-        delete owner; // gone before the queued reaction runs
+        QObject context;
+        QStringList log;
+        time.postDelayed(&context, 1.5, [&] { log << "delayed"; });
+        time.post(&context, [&] {
+            log << "posted";
+            time.post(&context, [&] { log << "posted from a task"; });
+        });
+        const auto timer = time.scheduleRepeating(&context, 1, [&] { log << "tick"; });
+        QVERIFY(log.isEmpty());
+
         time.runPending();
-        counter.setValue(2);
-        time.runPending();
-        QCOMPARE(calls, 0);
+        QCOMPARE(log, (QStringList{"posted", "posted from a task"}));
+        time.advance(2);
+        QCOMPARE(log, (QStringList{"posted", "posted from a task", "tick", "delayed", "tick"}));
+        timer->invalidate();
+        time.advance(10);
+        QCOMPARE(log.size(), 5);
+    }
+
+    void eventLoopSchedulerRunsOnALaterTurnUntilItsContextGoes() {
+        EventLoopScheduler scheduler;
+        auto *context = new QObject;
+        int runs = 0;
+        scheduler.post(context, [&] { ++runs; });
+        QCOMPARE(runs, 0); // never inline
+        QTRY_COMPARE(runs, 1);
+        const auto timer = scheduler.scheduleRepeating(context, 0.01, [&] { ++runs; });
+        QTRY_VERIFY(runs >= 3);
+        scheduler.postDelayed(context, 0.01, [&] { ++runs; });
+        scheduler.post(context, [&] { ++runs; });
+        delete context;
+        const int stoppedAt = runs;
+        QTest::qWait(50);
+        QCOMPARE(runs, stoppedAt);
     }
 };
 
