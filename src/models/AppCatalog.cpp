@@ -2,13 +2,12 @@
 
 #include "AppEnvironment.h"
 #include "AppUsageStore.h"
+#include "BackgroundTask.h"
 #include "IconCache.h"
 #include "platform/ApplicationBundles.h"
-#include "TaskPriority.h"
 #include "UserCollation.h"
 
 #include <algorithm>
-#include <QtConcurrent/qtconcurrenttask.h>
 #include <QThreadPool>
 
 namespace {
@@ -102,11 +101,10 @@ void AppCatalog::loadIfNeeded() {
     m_hasStartedLoading = true;
     emit hasStartedLoadingChanged();
     const ApplicationBundles *bundles = &m_bundles;
-    QtConcurrent::task([bundles] { return scanInstalledApps(*bundles); })
-        .onThreadPool(m_pool)
-        .withPriority(TaskPriority::userInitiated)
-        .spawn()
-        .then(this, [this](const QList<RawEntry> &entries) { publish(entries); });
+    BackgroundTask::run(
+        m_pool, BackgroundTask::userInitiated, this,
+        [bundles] { return scanInstalledApps(*bundles); },
+        [this](const QList<RawEntry> &entries) { publish(entries); });
 }
 
 void AppCatalog::publish(const QList<RawEntry> &rawEntries) {

@@ -1,11 +1,10 @@
 #include "IconCache.h"
 
 #include "AppEnvironment.h"
+#include "BackgroundTask.h"
 #include "platform/IconProvider.h"
-#include "TaskPriority.h"
 
 #include <QSet>
-#include <QtConcurrent/qtconcurrenttask.h>
 #include <QThreadPool>
 #include <utility>
 
@@ -104,25 +103,10 @@ void IconCache::prefetchNext() {
     }
 }
 
-// Runs the lookup in the pool and hands its image to the receiver on the main thread. The
-// pool carries the hand-back because it outlives every task it runs (it waits for them when
-// it goes); the cache, which tests create and destroy, is checked for on arrival.
-template <typename Lookup, typename Receiver>
-void IconCache::lookUpInBackground(Lookup lookup, Receiver receiver) {
-    QtConcurrent::task(std::move(lookup))
-        .onThreadPool(m_pool)
-        .withPriority(TaskPriority::utility)
-        .spawn()
-        .then(&m_pool, [cache = QPointer<IconCache>(this),
-                        receiver = std::move(receiver)](const QImage &image) {
-            if (cache)
-                receiver(image);
-        });
-}
-
 void IconCache::fetch(const QString &path, Completion receiver) {
     const IconProvider *provider = &m_provider;
-    lookUpInBackground(
+    BackgroundTask::run(
+        m_pool, BackgroundTask::utility, this,
         [provider, path] { return atIconSize(provider->iconForFile(path, iconSize)); },
         std::move(receiver));
 }
@@ -143,11 +127,13 @@ void IconCache::withFallbackImage(QObject *context, Completion completion) {
     if (m_fallbackWaiters.size() > 1)
         return;
     const IconProvider *provider = &m_provider;
-    lookUpInBackground([provider] { return provider->symbolImage(fallbackSymbol, iconSize); },
-                       [this](const QImage &image) {
-                           m_fallback = image;
-                           for (const auto &[guard, waiting] : std::exchange(m_fallbackWaiters, {}))
-                               if (guard)
-                                   waiting(image);
-                       });
+    BackgroundTask::run(
+        m_pool, BackgroundTask::utility, this,
+        [provider] { return provider->symbolImage(fallbackSymbol, iconSize); },
+        [this](const QImage &image) {
+            m_fallback = image;
+            for (const auto &[guard, waiting] : std::exchange(m_fallbackWaiters, {}))
+                if (guard)
+                    waiting(image);
+        });
 }

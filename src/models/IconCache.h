@@ -38,8 +38,6 @@ public:
 private:
     using Completion = std::function<void(const QImage &)>;
 
-    template <typename Lookup, typename Receiver>
-    void lookUpInBackground(Lookup lookup, Receiver receiver);
     void fetch(const QString &path, Completion receiver);
     void store(const QString &path, const QImage &image);
     void prefetchNext();
