@@ -48,32 +48,27 @@ std::optional<qint64> integerValue(const QJsonValue &value) {
     return qint64(number);
 }
 
-QHash<QString, qint64> decodeCounts(const std::optional<QByteArray> &data) {
-    QHash<QString, qint64> counts;
-    const auto object = decodeObject(data);
-    if (!object)
-        return counts;
-    for (auto it = object->begin(); it != object->end(); ++it) {
-        const auto count = integerValue(it.value());
-        if (!count)
-            return {};
-        counts.insert(it.key(), *count);
-    }
-    return counts;
+std::optional<QDateTime> timeValue(const QJsonValue &value) {
+    if (!value.isDouble())
+        return std::nullopt;
+    return referenceDate().addMSecs(std::llround(value.toDouble() * 1000));
 }
 
-QHash<QString, QDateTime> decodeTimes(const std::optional<QByteArray> &data) {
-    QHash<QString, QDateTime> times;
+// A stored JSON object whose every member converts; empty when anything does not decode.
+template <typename Value>
+QHash<QString, Value> decodeMap(const std::optional<QByteArray> &data,
+                                std::optional<Value> (*convert)(const QJsonValue &)) {
+    QHash<QString, Value> map;
     const auto object = decodeObject(data);
     if (!object)
-        return times;
+        return map;
     for (auto it = object->begin(); it != object->end(); ++it) {
-        if (!it.value().isDouble())
+        const auto value = convert(it.value());
+        if (!value)
             return {};
-        times.insert(it.key(),
-                     referenceDate().addMSecs(std::llround(it.value().toDouble() * 1000)));
+        map.insert(it.key(), *value);
     }
-    return times;
+    return map;
 }
 
 template <typename Map> bool assignIfChanged(Map &field, Map value) {
@@ -89,8 +84,8 @@ AppUsageStore::AppUsageStore(DefaultsStore &defaults, const Clock &clock,
                              std::optional<QString> mainBundleIdentifier, QObject *parent)
     : QObject(parent), m_defaults(defaults), m_clock(clock),
       m_mainBundleIdentifier(std::move(mainBundleIdentifier)),
-      m_launchCounts(decodeCounts(defaults.data(launchCountsKey))),
-      m_lastLaunch(decodeTimes(defaults.data(lastLaunchKey))) {
+      m_launchCounts(decodeMap(defaults.data(launchCountsKey), integerValue)),
+      m_lastLaunch(decodeMap(defaults.data(lastLaunchKey), timeValue)) {
     recomputeScores();
 }
 
