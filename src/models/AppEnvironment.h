@@ -6,6 +6,8 @@ class DefaultsStore;
 class IconProvider;
 class QThreadPool;
 class Scheduler;
+class SystemLog;
+class Workspace;
 
 // The platform parts, clock, scheduler and thread pool from which the shared model instances are
 // made on first use. main() installs the real ones before any model is used; tests make their
@@ -17,6 +19,8 @@ struct AppEnvironment {
     Clock *clock = nullptr;
     Scheduler *scheduler = nullptr;
     QThreadPool *threadPool = nullptr;
+    Workspace *workspace = nullptr;
+    SystemLog *log = nullptr;
 
     static void install(const AppEnvironment &environment);
     static const AppEnvironment &current();
