@@ -1,0 +1,30 @@
+#pragma once
+
+#include "ClientWindow.h"
+
+#include <optional>
+#include <QString>
+#include <vector>
+
+class X11Connection;
+
+// Reads top-level windows from the X server, each batch of requests in one round trip.
+class ClientWindowReader {
+public:
+    explicit ClientWindowReader(X11Connection &connection);
+
+    // The window that a running EWMH window manager announces, or none.
+    xcb_window_t windowManagerCheck();
+    // Whether the running window manager closes windows on request (_NET_CLOSE_WINDOW).
+    bool managerClosesWindows();
+    // The windows that the window manager manages, oldest first.
+    std::optional<std::vector<xcb_window_t>> managedWindows();
+    // The mapped top-level windows when no window manager runs.
+    std::vector<xcb_window_t> mappedWindows();
+    // What each window says about itself, in the same order.
+    std::vector<ClientWindow> read(const std::vector<xcb_window_t> &windows);
+
+private:
+    X11Connection &m_connection;
+    QString m_hostName;
+};

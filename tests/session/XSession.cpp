@@ -1,0 +1,103 @@
+#include "XSession.h"
+
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QThread>
+
+namespace {
+
+constexpr int startTimeoutMs = 10000;
+
+// A manager that left has its property stay on the root; only its own window tells it runs.
+bool hasWindowManager(XSession &session) {
+    const QString property = QStringLiteral("_NET_SUPPORTING_WM_CHECK");
+    const QByteArray root =
+        session.run(QStringLiteral("xprop"), {QStringLiteral("-root"), property});
+    if (!root.contains("window id"))
+        return false;
+    const QString check = QString::fromLatin1(root.mid(root.lastIndexOf(' ') + 1).trimmed());
+    return session.run(QStringLiteral("xprop"), {QStringLiteral("-id"), check, property})
+        .contains("window id");
+}
+
+bool waitFor(XSession &session, bool isRunning) {
+    QDeadlineTimer deadline(startTimeoutMs);
+    while (hasWindowManager(session) != isRunning) {
+        if (deadline.hasExpired())
+            return false;
+        QThread::msleep(50);
+    }
+    return true;
+}
+
+} // namespace
+
+// Programs get no accessibility bus and no dconf, which a headless session has not got and
+// which would slow GTK programs down.
+XSession::XSession() : m_environment(QProcessEnvironment::systemEnvironment()) {
+    m_environment.insert(QStringLiteral("NO_AT_BRIDGE"), QStringLiteral("1"));
+    m_environment.insert(QStringLiteral("GSETTINGS_BACKEND"), QStringLiteral("memory"));
+    // Xvfb picks a free display and writes its number to the descriptor named by -displayfd.
+    m_server.setStandardErrorFile(QProcess::nullDevice());
+    m_server.start(QStringLiteral("Xvfb"),
+                   {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
+                    QStringLiteral("0"), QStringLiteral("1280x800x24"), QStringLiteral("-nolisten"),
+                    QStringLiteral("tcp")});
+    QDeadlineTimer deadline(startTimeoutMs);
+    while (!m_server.canReadLine() && m_server.state() != QProcess::NotRunning &&
+           !deadline.hasExpired())
+        m_server.waitForReadyRead(100);
+    const QByteArray number = m_server.readLine().trimmed();
+    if (number.isEmpty())
+        return;
+    m_display = QStringLiteral(":") + QString::fromLatin1(number);
+    qputenv("DISPLAY", m_display.toLatin1());
+    m_environment.insert(QStringLiteral("DISPLAY"), m_display);
+    m_isReady = startWindowManager();
+}
+
+XSession::~XSession() {
+    // Ending the server ends every program that was connected to it.
+    m_server.terminate();
+    m_server.waitForFinished(startTimeoutMs);
+}
+
+bool XSession::startWindowManager() {
+    return start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")}) &&
+           waitFor(*this, true);
+}
+
+bool XSession::stopWindowManager() {
+    run(QStringLiteral("openbox"), {QStringLiteral("--exit")});
+    return waitFor(*this, false);
+}
+
+qint64 XSession::start(const QString &program, const QStringList &arguments) {
+    QProcess process;
+    process.setProgram(program);
+    process.setArguments(arguments);
+    process.setProcessEnvironment(m_environment);
+    process.setStandardInputFile(QProcess::nullDevice());
+    process.setStandardOutputFile(QProcess::nullDevice());
+    process.setStandardErrorFile(QProcess::nullDevice());
+    qint64 processIdentifier = 0;
+    return process.startDetached(&processIdentifier) ? processIdentifier : 0;
+}
+
+QByteArray XSession::run(const QString &program, const QStringList &arguments) {
+    QProcess process;
+    process.setProcessEnvironment(m_environment);
+    process.setStandardErrorFile(QProcess::nullDevice());
+    process.start(program, arguments);
+    process.waitForFinished(startTimeoutMs);
+    return process.readAllStandardOutput();
+}
+
+bool XSession::isRunning(qint64 processIdentifier) {
+    QFile stat(QStringLiteral("/proc/%1/stat").arg(processIdentifier));
+    if (!stat.open(QIODevice::ReadOnly))
+        return false;
+    const QByteArray text = stat.readAll();
+    const qsizetype nameEnd = text.lastIndexOf(')');
+    return nameEnd > 0 && nameEnd + 2 < text.size() && text.at(nameEnd + 2) != 'Z';
+}

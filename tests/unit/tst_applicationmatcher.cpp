@@ -1,0 +1,164 @@
+#include "platform/linux/ApplicationMatcher.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+using Rule = ApplicationMatcher::Rule;
+Q_DECLARE_METATYPE(Rule)
+Q_DECLARE_METATYPE(ClientWindow)
+Q_DECLARE_METATYPE(ProcessFacts)
+
+namespace {
+
+ClientWindow window(const QString &instance, const QString &className,
+                    const QString &gtkApplicationId = {}) {
+    ClientWindow w;
+    w.instanceName = instance;
+    w.className = className;
+    w.gtkApplicationId = gtkApplicationId;
+    return w;
+}
+
+} // namespace
+
+// Which desktop entry a process's windows lead to, over a user and a system folder of entries.
+class ApplicationMatcherTest : public QObject {
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_root;
+    QString folder(const QString &name) const { return m_root.filePath(name); }
+    void write(const QString &folderName, const QString &file, const QByteArray &contents) {
+        QDir().mkpath(QFileInfo(folder(folderName) + '/' + file).path());
+        QFile out(folder(folderName) + '/' + file);
+        QVERIFY(out.open(QIODevice::WriteOnly));
+        out.write("[Desktop Entry]\nType=Application\n" + contents);
+    }
+    DesktopEntryIndex index() const {
+        return DesktopEntryIndex({{folder("user"), false}, {folder("system"), true}});
+    }
+
+private slots:
+    void initTestCase() {
+        write("system", "org.example.Term.desktop",
+              "Name=Terminal\nExec=term\nStartupWMClass=Term\n");
+        write("system", "org.example.Editor.desktop", "Name=Editor\nExec=/usr/bin/editor %F\n");
+        write("system", "google-chrome.desktop", "Name=Chrome\nExec=chrome\n");
+        write("system", "player.desktop", "Name=Player\nExec=player\n");
+        write("system", "org.gimp.GIMP.desktop", "Name=GIMP\nExec=gimp\n");
+        write("system", "viewer.desktop", "Name=Viewer\nExec=\"/opt/my viewer/viewer\" --new\n");
+        // The user's hidden copy still names the application and claims its class.
+        write("user", "org.example.Term.desktop",
+              "Name=My Terminal\nExec=term\nStartupWMClass=Term\nHidden=true\n");
+        write("user", "tools/calc.desktop", "Name=Calculator\nExec=calc\n");
+    }
+
+    void usesTheStrongestEvidence_data() {
+        QTest::addColumn<QList<ClientWindow>>("windows");
+        QTest::addColumn<ProcessFacts>("facts");
+        QTest::addColumn<QString>("id");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<Rule>("rule");
+        const ProcessFacts none;
+        ProcessFacts inSandbox;
+        inSandbox.sandboxId = "org.gimp.GIMP";
+        ProcessFacts inUnit;
+        inUnit.unitId = "player";
+        ProcessFacts launched;
+        launched.launchedDesktopFile = m_root.filePath("user/tools/calc.desktop");
+        ProcessFacts runsViewer;
+        runsViewer.program = "viewer";
+
+        QTest::newRow("StartupWMClass before the stated id")
+            << QList{window("term", "Term", "org.example.Editor")} << none << "org.example.Term"
+            << "My Terminal" << Rule::startupWMClass;
+        QTest::newRow("GTK application id")
+            << QList{window("editor", "Editor", "org.example.Editor")} << none
+            << "org.example.Editor"
+            << "Editor" << Rule::statedId;
+        QTest::newRow("another window of the process states it")
+            << QList{window("splash", "Splash"), window("editor", "Editor", "org.example.Editor")}
+            << none << "org.example.Editor"
+            << "Editor" << Rule::statedId;
+        QTest::newRow("sandbox id before the window class")
+            << QList{window("player", "Player")} << inSandbox << "org.gimp.GIMP"
+            << "GIMP" << Rule::sandboxId;
+        QTest::newRow("class as an ID, exactly")
+            << QList{window("player", "Player")} << none << "player"
+            << "Player" << Rule::wmClassAsId;
+        QTest::newRow("class as an ID, lower-cased with dashes")
+            << QList{window("Google Chrome", "Google Chrome")} << none << "google-chrome"
+            << "Chrome" << Rule::wmClassAsId;
+        QTest::newRow("the desktop's unit")
+            << QList{window("mplayer", "MPlayer")} << inUnit << "player"
+            << "Player" << Rule::launchRecord;
+        QTest::newRow("GIO's launch record of an entry in a subfolder")
+            << QList{window("xcalc", "XCalc")} << launched << "tools-calc"
+            << "Calculator" << Rule::launchRecord;
+        QTest::newRow("the Exec program, quoted with a blank")
+            << QList{window("v", "V")} << runsViewer << "viewer"
+            << "Viewer" << Rule::commandLine;
+        QTest::newRow("nothing: the window's class")
+            << QList{window("xlogo", "XLogo")} << none << "XLogo"
+            << "XLogo" << Rule::windowClass;
+    }
+    void usesTheStrongestEvidence() {
+        QFETCH(QList<ClientWindow>, windows);
+        QFETCH(ProcessFacts, facts);
+        QFETCH(QString, id);
+        QFETCH(QString, name);
+        QFETCH(Rule, rule);
+        DesktopEntryIndex entries = index();
+        entries.refreshIfChanged();
+        const std::vector<ClientWindow> list(windows.begin(), windows.end());
+        const auto match = ApplicationMatcher(entries).match(list, facts);
+        QCOMPARE(match.bundleIdentifier, id);
+        QCOMPARE(match.name, name);
+        QCOMPARE(match.rule, rule);
+        QCOMPARE(match.path.has_value(), rule != Rule::windowClass);
+    }
+
+    void aWindowWithoutClassIsNamedAfterItsProgram() {
+        DesktopEntryIndex entries = index();
+        entries.refreshIfChanged();
+        ProcessFacts facts;
+        facts.program = "oddity";
+        const std::vector<ClientWindow> windows{window({}, {})};
+        const auto match = ApplicationMatcher(entries).match(windows, facts);
+        QCOMPARE(match.bundleIdentifier, "oddity");
+        QCOMPARE(match.path, std::nullopt);
+    }
+
+    void indexFollowsNewEntries() {
+        DesktopEntryIndex entries = index();
+        entries.refreshIfChanged();
+        QVERIFY(!entries.byId("newcomer"));
+        // Folder times have a coarse grain on some file systems.
+        QTest::qWait(20);
+        write("user", "newcomer.desktop", "Name=Newcomer\nExec=newcomer\n");
+        entries.refreshIfChanged();
+        QVERIFY(entries.byId("newcomer"));
+        QCOMPARE(entries.byProgram("newcomer")->name, "Newcomer");
+        QVERIFY(QFile::remove(folder("user") + "/newcomer.desktop"));
+    }
+
+    void skipsWhatIsNoEntry() {
+        write("user", "broken.desktop", "Name=Broken\n[unterminated group\n");
+        QVERIFY(
+            QFile::link(folder("system") + "/player.desktop", folder("user") + "/loop.desktop"));
+        QFile big(folder("user") + "/huge.desktop");
+        QVERIFY(big.open(QIODevice::WriteOnly));
+        QVERIFY(big.write(QByteArray("[Desktop Entry]\nName=Huge\n") + QByteArray(2 << 20, '#')));
+        big.close();
+        DesktopEntryIndex entries = index();
+        entries.refreshIfChanged();
+        QVERIFY(!entries.byId("broken"));
+        QVERIFY(!entries.byId("huge"));
+        QCOMPARE(entries.byId("loop")->name, "Player");
+    }
+};
+
+QTEST_GUILESS_MAIN(ApplicationMatcherTest)
+#include "tst_applicationmatcher.moc"
