@@ -264,15 +264,24 @@ void X11Workspace::watch(X11RunningApplication *application,
 }
 
 void X11Workspace::applicationEnded(X11RunningApplication *application) {
-    m_dormant.erase(application->processIdentifier());
-    m_facts.erase(application->processIdentifier());
-    const auto it = std::find_if(m_applications.begin(), m_applications.end(),
-                                 [application](const Handle &h) { return h.get() == application; });
-    if (it == m_applications.end())
-        return;
-    const Handle ended = *it;
-    m_applications.erase(it);
-    emit didTerminateApplication(ended);
+    const qint32 processIdentifier = application->processIdentifier();
+    m_facts.erase(processIdentifier);
+    Handle ended;
+    if (const auto dormant = m_dormant.find(processIdentifier); dormant != m_dormant.end()) {
+        ended = m_dormant.extract(dormant).mapped();
+    } else {
+        const auto it =
+            std::find_if(m_applications.begin(), m_applications.end(),
+                         [application](const Handle &h) { return h.get() == application; });
+        if (it == m_applications.end())
+            return;
+        ended = *it;
+        m_applications.erase(it);
+        emit didTerminateApplication(ended);
+    }
+    // This runs inside the handle's own signal: it may go only on a later turn.
+    QMetaObject::invokeMethod(
+        this, [ended] {}, Qt::QueuedConnection);
 }
 
 void X11Workspace::connectionLost() {
