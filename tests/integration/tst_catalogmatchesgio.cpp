@@ -118,6 +118,8 @@ private slots:
             << QStringList{"Frost:Glade", "sr_RS@latin:de", "C"};
         QTest::newRow("second desktop, locale only") << QStringList{"Glade", "", "sr_RS.UTF-8"};
         QTest::newRow("country and modifier") << QStringList{"Moss", "", "de_AT.UTF-8@euro"};
+        // GLib names "de" twice: once for "de_AT", once for itself.
+        QTest::newRow("language named twice") << QStringList{"Frost", "de_AT:de", "C"};
         QTest::newRow("empty desktop names, untranslated") << QStringList{"::", "", "C"};
     }
     void trickyFolders() {

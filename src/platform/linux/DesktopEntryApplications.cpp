@@ -66,10 +66,15 @@ std::vector<std::string> desktopsOf(const QString &currentDesktop) {
     return desktops;
 }
 
-std::vector<std::string> utf8(const QStringList &texts) {
+// The languages once each: g_get_language_names() may name one twice ("de_DE:de" gives "de"
+// from both), and only its first place can ever hold a translation.
+std::vector<std::string> uniqueLanguages(const QStringList &languages) {
     std::vector<std::string> result;
-    for (const QString &text : texts)
-        result.push_back(text.toStdString());
+    for (const QString &language : languages) {
+        std::string name = language.toStdString();
+        if (std::find(result.begin(), result.end(), name) == result.end())
+            result.push_back(std::move(name));
+    }
     return result;
 }
 
@@ -164,7 +169,8 @@ DesktopEntryApplications::DesktopEntryApplications()
 
 DesktopEntryApplications::DesktopEntryApplications(const Environment &environment)
     : m_folders(foldersOf(environment)), m_currentDesktops(desktopsOf(environment.currentDesktop)),
-      m_keys(entryKeys, utf8(environment.languages)), m_programs(environment.searchPath) {}
+      m_keys(entryKeys, uniqueLanguages(environment.languages)),
+      m_programs(environment.searchPath) {}
 
 std::optional<QList<FolderEntry>>
 DesktopEntryApplications::contentsOfFolder(const QString &folder) const {
@@ -179,19 +185,21 @@ std::optional<BundleInfo> DesktopEntryApplications::openBundle(const FolderEntry
     // Whatever the file holds, the entry takes its ID: one that is not shown still hides the
     // entries of that ID in later folders, as it does in GIO.
     BundleInfo bundle;
-    bundle.bundleIdentifier =
-        entry.name.endsWith(desktopSuffix) ? entry.name.chopped(desktopSuffix.size()) : entry.name;
+    if (entry.name.endsWith(desktopSuffix))
+        bundle.bundleIdentifier = entry.name.chopped(desktopSuffix.size());
+    else
+        bundle.bundleIdentifier = entry.name;
     bundle.isOffered = false;
     const auto data = readEntryFile(entry.path, m_listedFolders);
     DesktopEntryFile file(m_keys);
     if (!data || !file.parse(*data) || !file.startsWithDesktopEntry())
         return bundle;
-    // The localized Name as g_key_file_get_locale_string() chooses it, the Name itself unless
-    // a translation is found.
+    // The Name, and the translation of it that g_key_file_get_locale_string() would choose,
+    // which is shown instead where there is one.
     std::string buffer;
     bundle.bundleName = toQString(file.string(key::name, buffer));
-    const auto translation = file.translation(key::name, buffer);
-    bundle.displayName = translation ? toQString(translation) : bundle.bundleName;
+    if (const auto translation = file.translation(key::name, buffer))
+        bundle.displayName = toQString(translation);
     bundle.isOffered = isShown(file);
     bundle.isUtility = isUtility(file);
     return bundle;

@@ -52,7 +52,7 @@ private:
     // For each key, its untranslated value followed by one translation per language: views into
     // the file, never null, or a null view for a value the file does not have. They live in the
     // object itself unless there are too many of them.
-    std::array<std::string_view, 40> m_ownValues;
+    std::array<std::string_view, 96> m_ownValues;
     std::vector<std::string_view> m_moreValues;
     std::span<std::string_view> m_values;
 

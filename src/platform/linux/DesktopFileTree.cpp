@@ -87,9 +87,7 @@ public:
             const dirent *entry = readdir(stream);
             if (!entry)
                 break;
-            if (const auto name = take(stream, *entry, path, idPrefix);
-                name && entry->d_type != DT_REG)
-                irregularNames.insert(*name);
+            take(stream, *entry, path, idPrefix, irregularNames);
         }
         if (isNew) {
             m_ancestors.pop_back();
@@ -116,24 +114,26 @@ private:
         return true;
     }
 
-    // Takes in one listed name; answers it when it became an entry.
-    std::optional<QString> take(DIR *stream, const dirent &entry, const QString &folder,
-                                const QString &idPrefix) {
+    // Takes in one listed name, as an entry or as a subfolder to list. The texts are moved
+    // into the entry rather than shared: each shared copy costs an atomic count.
+    void take(DIR *stream, const dirent &entry, const QString &folder, const QString &idPrefix,
+              QSet<QString> &irregularNames) {
         const std::string_view name = entry.d_name;
         // Names that are not UTF-8 have no QString that leads back to the file.
         if (name == "." || name == ".." || !isUtf8(name))
-            return std::nullopt;
-        const QString text = QString::fromUtf8(name.data(), qsizetype(name.size()));
-        const QString path = folder % QLatin1Char('/') % text;
+            return;
+        QString text = QString::fromUtf8(name.data(), qsizetype(name.size()));
+        QString path = folder % QLatin1Char('/') % text;
         if (!hasDesktopSuffix(name) && isSubfolder(stream, entry)) {
             const QString subfolderPrefix = idPrefix % text % QLatin1Char('-');
             if (idPrefix.isEmpty())
                 m_subfolderPrefixes.append(subfolderPrefix);
             visit(path, subfolderPrefix);
-            return std::nullopt;
+            return;
         }
-        m_entries.append({idPrefix.isEmpty() ? text : idPrefix + text, path});
-        return text;
+        if (entry.d_type != DT_REG)
+            irregularNames.insert(text);
+        m_entries.append({idPrefix.isEmpty() ? std::move(text) : idPrefix + text, std::move(path)});
     }
 
     ListedFolders &m_listed;
