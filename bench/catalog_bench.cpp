@@ -1,6 +1,7 @@
 // Times the catalog scan of 1000 desktop entries against reading the same files raw and against
 // GIO's g_app_info_get_all() on the same tree. Prints medians over several rounds, warm cache.
 
+#include "BenchFigures.h"
 #include "models/AppCatalog.h"
 #include "platform/linux/DesktopEntryApplications.h"
 
@@ -37,11 +38,6 @@ using Clock = std::chrono::steady_clock;
 
 double millisecondsSince(Clock::time_point start) {
     return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-}
-
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
 }
 
 // Entries as distributions ship them: each application with a name of its own, most entries
@@ -211,10 +207,6 @@ double gioGetAllMilliseconds(qsizetype &apps) {
     return fields.value(0).toDouble();
 }
 
-void print(const char *name, double value, const char *unit) {
-    std::printf("%s %.3f %s\n", name, value, unit);
-}
-
 } // namespace
 
 int main(int argc, char **argv) {
@@ -247,11 +239,12 @@ int main(int argc, char **argv) {
         gio.push_back(gioGetAllMilliseconds(gioApps));
     }
 
-    print("catalog_scan_ms", median(scan), "ms");
-    print("raw_read_ms", median(raw), "ms");
-    print("gio_get_all_ms", median(gio), "ms");
-    print("catalog_scan_to_raw_read", median(scan) / median(raw), "ratio");
-    print("catalog_apps", double(catalogApps), "apps");
-    print("gio_apps", double(gioApps), "apps");
+    BenchFigures::print("catalog_scan_ms", BenchFigures::median(scan), "ms");
+    BenchFigures::print("raw_read_ms", BenchFigures::median(raw), "ms");
+    BenchFigures::print("gio_get_all_ms", BenchFigures::median(gio), "ms");
+    BenchFigures::print("catalog_scan_to_raw_read",
+                        BenchFigures::median(scan) / BenchFigures::median(raw), "ratio");
+    BenchFigures::print("catalog_apps", double(catalogApps), "apps");
+    BenchFigures::print("gio_apps", double(gioApps), "apps");
     return 0;
 }

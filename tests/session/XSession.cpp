@@ -1,8 +1,11 @@
 #include "XSession.h"
 
+#include <algorithm>
+#include <memory>
 #include <QDeadlineTimer>
 #include <QFile>
 #include <QThread>
+#include <xcb/xcb.h>
 
 namespace {
 
@@ -18,6 +21,43 @@ bool hasWindowManager(XSession &session) {
     const QString check = QString::fromLatin1(root.mid(root.lastIndexOf(' ') + 1).trimmed());
     return session.run(QStringLiteral("xprop"), {QStringLiteral("-id"), check, property})
         .contains("window id");
+}
+
+// openbox announces itself before it has finished starting, and windows mapped in that gap stay
+// unmanaged for good: it is ready once it takes a window of ours under its management.
+bool managesNewWindows() {
+    std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> connection(
+        xcb_connect(nullptr, nullptr), xcb_disconnect);
+    xcb_connection_t *c = connection.get();
+    if (xcb_connection_has_error(c))
+        return false;
+    const xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(c)).data;
+    const char name[] = "_NET_CLIENT_LIST";
+    std::unique_ptr<xcb_intern_atom_reply_t, decltype(&free)> clientList(
+        xcb_intern_atom_reply(c, xcb_intern_atom(c, 0, sizeof name - 1, name), nullptr), free);
+    if (!clientList)
+        return false;
+    const xcb_window_t probe = xcb_generate_id(c);
+    xcb_create_window(c, XCB_COPY_FROM_PARENT, probe, screen->root, 0, 0, 10, 10, 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, 0, nullptr);
+    xcb_map_window(c, probe);
+    QDeadlineTimer deadline(500);
+    while (!deadline.hasExpired()) {
+        std::unique_ptr<xcb_get_property_reply_t, decltype(&free)> reply(
+            xcb_get_property_reply(c,
+                                   xcb_get_property(c, 0, screen->root, clientList->atom,
+                                                    XCB_ATOM_WINDOW, 0, UINT32_MAX / 4),
+                                   nullptr),
+            free);
+        const auto *windows =
+            reply ? static_cast<const xcb_window_t *>(xcb_get_property_value(reply.get()))
+                  : nullptr;
+        const int count = reply ? xcb_get_property_value_length(reply.get()) / 4 : 0;
+        if (std::find(windows, windows + count, probe) != windows + count)
+            return true;
+        QThread::msleep(5);
+    }
+    return false;
 }
 
 bool waitFor(XSession &session, bool isRunning) {
@@ -63,8 +103,15 @@ XSession::~XSession() {
 }
 
 bool XSession::startWindowManager() {
-    return start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")}) &&
-           waitFor(*this, true);
+    if (!start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")}) ||
+        !waitFor(*this, true))
+        return false;
+    QDeadlineTimer deadline(startTimeoutMs);
+    while (!managesNewWindows()) {
+        if (deadline.hasExpired())
+            return false;
+    }
+    return true;
 }
 
 bool XSession::stopWindowManager() {

@@ -118,6 +118,8 @@ std::vector<xcb_window_t> ClientWindowReader::mappedWindows() {
 }
 
 std::vector<ClientWindow> ClientWindowReader::read(const std::vector<xcb_window_t> &windows) {
+    if (windows.empty())
+        return {};
     xcb_connection_t *c = m_connection.raw();
     const auto &atoms = m_connection.atoms();
     enum Property {
