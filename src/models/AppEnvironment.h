@@ -4,6 +4,7 @@ class ApplicationBundles;
 class Clock;
 class DefaultsStore;
 class IconProvider;
+class LoginItemService;
 class QThreadPool;
 class Scheduler;
 class SystemLog;
@@ -21,6 +22,7 @@ struct AppEnvironment {
     QThreadPool *threadPool = nullptr;
     Workspace *workspace = nullptr;
     SystemLog *log = nullptr;
+    LoginItemService *loginItems = nullptr;
 
     static void install(const AppEnvironment &environment);
     static const AppEnvironment &current();
