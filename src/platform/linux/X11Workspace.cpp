@@ -8,6 +8,7 @@
 #include "X11RunningApplication.h"
 
 #include <algorithm>
+#include <QCoreApplication>
 #include <QFileInfo>
 #include <QThreadPool>
 
@@ -160,7 +161,8 @@ void X11Workspace::synchronize() {
         if (group == groups.end())
             continue;
         const ProcessFacts &facts = m_facts[application->processIdentifier()];
-        application->update(group->second, m_matcher.match(group->second, facts));
+        application->update(group->second,
+                            matchOf(application->processIdentifier(), group->second, facts));
         applications.push_back(application);
         groups.erase(group);
     }
@@ -246,8 +248,21 @@ X11Workspace::Handle X11Workspace::adopt(qint32 processIdentifier,
     }
     if (!m_facts.contains(processIdentifier))
         m_facts.emplace(processIdentifier, ProcessFacts::of(processIdentifier));
-    application->update(windows, m_matcher.match(windows, m_facts.at(processIdentifier)));
+    application->update(windows,
+                        matchOf(processIdentifier, windows, m_facts.at(processIdentifier)));
     return application;
+}
+
+ApplicationMatcher::Match X11Workspace::matchOf(qint32 processIdentifier,
+                                                const std::vector<ClientWindow> &windows,
+                                                const ProcessFacts &facts) const {
+    ApplicationMatcher::Match match = m_matcher.match(windows, facts);
+    // This program is itself, installed or not, so that it never lists or quits itself.
+    if (processIdentifier == QCoreApplication::applicationPid()) {
+        if (const auto ownId = m_bundles.mainBundleIdentifier())
+            match.bundleIdentifier = *ownId;
+    }
+    return match;
 }
 
 void X11Workspace::watch(X11RunningApplication *application,

@@ -46,6 +46,9 @@ private:
     bool readWindows(const std::vector<xcb_window_t> &windows);
     std::vector<std::pair<qint32, std::vector<ClientWindow>>> windowsByProcess() const;
     Handle adopt(qint32 processIdentifier, std::vector<ClientWindow> windows);
+    ApplicationMatcher::Match matchOf(qint32 processIdentifier,
+                                      const std::vector<ClientWindow> &windows,
+                                      const ProcessFacts &facts) const;
     void watch(X11RunningApplication *application, const std::vector<ClientWindow> &windows);
     void applicationEnded(X11RunningApplication *application);
     void connectionLost();

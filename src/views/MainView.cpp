@@ -1,0 +1,161 @@
+#include "MainView.h"
+
+#include "AppsListView.h"
+#include "LaunchLoadingView.h"
+#include "models/AppCatalog.h"
+#include "SettingsPopoverView.h"
+
+#include <QApplication>
+#include <QGraphicsOpacityEffect>
+#include <QHBoxLayout>
+#include <QLineEdit>
+#include <QPropertyAnimation>
+#include <QShortcut>
+#include <QStackedWidget>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace {
+
+constexpr int crossFadeMs = 250;
+
+// A gear from the icon theme; without one the button shows its text.
+QIcon settingsIcon() {
+    for (const char *name : {"preferences-system-symbolic", "emblem-system-symbolic",
+                             "preferences-system", "emblem-system"}) {
+        const QIcon icon = QIcon::fromTheme(QString::fromLatin1(name));
+        if (!icon.isNull())
+            return icon;
+    }
+    return {};
+}
+
+} // namespace
+
+MainView::MainView(const ViewEnvironment &environment, QWidget *parent)
+    : QWidget(parent), m_environment(environment), m_search(new QLineEdit(this)),
+      m_settingsPopover(new SettingsPopoverView(environment.settings, this)),
+      m_content(new QStackedWidget(this)), m_loading(new LaunchLoadingView(m_content)),
+      m_list(new AppsListView(environment.monitor, environment.catalog, environment.usage,
+                              environment.icons, environment.actions, environment.bundles,
+                              m_content)) {
+    setMinimumSize(minimumSize);
+    setMaximumSize(maximumSize);
+    m_content->addWidget(m_loading);
+    m_content->addWidget(m_list);
+
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(makeToolbar());
+    layout->addWidget(m_content, 1);
+
+    connect(m_search, &QLineEdit::textChanged, m_list, &AppsListView::setSearchText);
+    connect(&environment.catalog, &AppCatalog::isLoadingChanged, this, &MainView::showContent);
+    connect(m_settingsPopover, &SettingsPopoverView::hidden, this,
+            [this] { setShowSettings(false); });
+    m_content->setCurrentWidget(environment.catalog.isLoading() ? static_cast<QWidget *>(m_loading)
+                                                                : m_list);
+}
+
+QWidget *MainView::makeToolbar() {
+    auto *toolbar = new QWidget(this);
+    toolbar->setBackgroundRole(QPalette::Window);
+    m_search->setPlaceholderText(tr("Search apps"));
+    m_search->setAccessibleName(tr("Search apps"));
+    m_search->setClearButtonEnabled(true);
+    auto *find = new QShortcut(QKeySequence::Find, this);
+    connect(find, &QShortcut::activated, m_search, [this] {
+        m_search->setFocus(Qt::ShortcutFocusReason);
+        m_search->selectAll();
+    });
+
+    m_settingsButton = new QToolButton(toolbar);
+    m_settingsButton->setText(tr("Settings"));
+    m_settingsButton->setToolTip(tr("Settings"));
+    m_settingsButton->setAccessibleName(tr("Settings"));
+    m_settingsButton->setIcon(settingsIcon());
+    m_settingsButton->setToolButtonStyle(
+        m_settingsButton->icon().isNull() ? Qt::ToolButtonTextOnly : Qt::ToolButtonIconOnly);
+    m_settingsButton->setAutoRaise(true);
+    m_settingsButton->setFocusPolicy(Qt::StrongFocus);
+    connect(m_settingsButton, &QToolButton::clicked, this,
+            [this] { setShowSettings(!m_showSettings); });
+
+    auto *row = new QHBoxLayout(toolbar);
+    row->setContentsMargins(8, 6, 8, 6);
+    row->setSpacing(6);
+    row->addWidget(m_search, 1);
+    row->addWidget(m_settingsButton);
+    return toolbar;
+}
+
+QString MainView::searchText() const {
+    return m_search->text();
+}
+
+void MainView::setShowSettings(bool show) {
+    if (show == m_showSettings)
+        return;
+    m_showSettings = show;
+    if (show)
+        m_settingsPopover->popUp(m_settingsButton);
+    else
+        m_settingsPopover->hide();
+}
+
+void MainView::showEvent(QShowEvent *event) {
+    QWidget::showEvent(event);
+    m_environment.catalog.loadIfNeeded();
+    configureMainWindow();
+}
+
+void MainView::showContent() {
+    if (m_environment.catalog.isLoading() || m_content->currentWidget() == m_list)
+        return;
+    m_content->setCurrentWidget(m_list);
+    // The list fades in over the placeholder's place; the effect goes once it has, since it
+    // would make every later repaint of the list go through an offscreen buffer.
+    auto *fade = new QGraphicsOpacityEffect(m_list);
+    m_list->setGraphicsEffect(fade);
+    auto *animation = new QPropertyAnimation(fade, "opacity", fade);
+    animation->setDuration(crossFadeMs);
+    animation->setEasingCurve(QEasingCurve::InOutQuad);
+    animation->setStartValue(0.0);
+    animation->setEndValue(1.0);
+    connect(animation, &QPropertyAnimation::finished, m_list,
+            [this] { m_list->setGraphicsEffect(nullptr); });
+    animation->start();
+}
+
+QSize MainView::correctedSize(QSize size) {
+    // Below the minimum a window goes back to its ideal size; above the maximum it is held there.
+    if (size.width() < minimumSize.width())
+        size.setWidth(idealSize.width());
+    else if (size.width() > maximumSize.width())
+        size.setWidth(maximumSize.width());
+    if (size.height() < minimumSize.height())
+        size.setHeight(idealSize.height());
+    else if (size.height() > maximumSize.height())
+        size.setHeight(maximumSize.height());
+    return size;
+}
+
+void MainView::configureMainWindow() {
+    const auto windows = QApplication::topLevelWidgets();
+    const auto found = std::find_if(windows.begin(), windows.end(), [](const QWidget *window) {
+        return window->windowTitle() == windowTitle;
+    });
+    if (found == windows.end())
+        return;
+    QWidget *window = *found;
+    // Taken before the limits are set: setting them moves the size to the nearest limit, where a
+    // window below the minimum goes back to its ideal size instead.
+    const QSize size = window->size();
+    window->setMinimumSize(minimumSize);
+    window->setMaximumSize(maximumSize);
+    // Its size limits are the window's whole point: it never goes full screen.
+    window->setWindowState(window->windowState() & ~Qt::WindowFullScreen);
+    if (const QSize corrected = correctedSize(size); corrected != window->size())
+        window->resize(corrected);
+}
