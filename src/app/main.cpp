@@ -6,20 +6,23 @@
 #include "models/IconCache.h"
 #include "models/SystemClock.h"
 #include "models/WindowMonitor.h"
+#include "platform/linux/AppcastUpdater.h"
 #include "platform/linux/DesktopEntryApplications.h"
 #include "platform/linux/IconThemeProvider.h"
 #include "platform/linux/SettingsFileDefaultsStore.h"
 #include "platform/linux/StandardErrorLog.h"
+#include "platform/linux/StatusNotifierWatcher.h"
 #include "platform/linux/X11Workspace.h"
 #include "platform/linux/XdgAutostartService.h"
+#include "QuelloryApp.h"
+#include "SingleInstance.h"
 #include "views/AppsListActions.h"
-#include "views/MainView.h"
+#include "views/UpdateDialog.h"
+#include "views/ViewEnvironment.h"
 
 #include <QApplication>
 #include <QIcon>
-#include <QMainWindow>
 #include <QThreadPool>
-#include <QTimer>
 
 int main(int argc, char **argv) {
     QApplication application(argc, argv);
@@ -30,6 +33,15 @@ int main(int argc, char **argv) {
     if (QIcon::themeName().isEmpty())
         QIcon::setThemeName(IconThemeProvider::desktopThemeName());
     QIcon::setFallbackThemeName(QStringLiteral("Adwaita"));
+    QApplication::setWindowIcon(QIcon::fromTheme(
+        AppCatalog::builtInBundleIdentifier, QIcon(QStringLiteral(":/app.quellory.Quellory.svg"))));
+    // The program's windows stay when the last one is hidden: it lives on in the tray.
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    // Started again, the program only asks the running one to show its window.
+    SingleInstance instance(SingleInstance::sessionSocketName());
+    if (instance.reachRunningInstance())
+        return 0;
 
     // The platform the models run on, chosen here and nowhere else.
     DesktopEntryApplications bundles;
@@ -60,18 +72,12 @@ int main(int argc, char **argv) {
                                       IconCache::shared(),
                                       actions,
                                       bundles};
-    QMainWindow window;
-    window.setWindowTitle(MainView::windowTitle);
-    window.setCentralWidget(new MainView(environment, &window));
-    window.resize(MainView::idealSize);
-    window.show();
-
-    // Once the window is up: follow the running applications and read the installed ones.
-    QTimer::singleShot(0, &window, [&environment] {
-        environment.monitor.startObserving();
-        environment.monitor.refresh();
-        environment.monitor.startRefreshTimer();
-        environment.catalog.loadIfNeeded();
-    });
+    UpdateDialog updateDialog;
+    AppcastUpdater updater(AppcastUpdater::builtInFeedUrl(), QStringLiteral(QUELLORY_VERSION),
+                           updateDialog);
+    QuelloryApp quellory(environment, workspace, scheduler, updater,
+                         StatusNotifierWatcher::isRegistered());
+    QObject::connect(&instance, &SingleInstance::reopenRequested, &quellory, &QuelloryApp::reopen);
+    quellory.start();
     return QApplication::exec();
 }

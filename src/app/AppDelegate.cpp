@@ -1,0 +1,324 @@
+#include "AppDelegate.h"
+
+#include "models/AppCatalog.h"
+#include "models/AppSettings.h"
+#include "models/Observation.h"
+#include "models/Scheduler.h"
+#include "models/UserCollation.h"
+#include "models/WindowMonitor.h"
+#include "platform/Workspace.h"
+#include "StatusMenuItemViews.h"
+#include "views/MainView.h"
+
+#include <algorithm>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QCursor>
+#include <QFile>
+#include <QPainter>
+#include <QSystemTrayIcon>
+#include <QTimer>
+
+namespace {
+
+const QString finderBundleID = QStringLiteral("com.apple.finder");
+constexpr int trayIconSize = 22;
+constexpr int menuIconSize = 18;
+constexpr int trayRetryMs = 2000;
+
+// The tray's glyph, with the count drawn on it: trays on Linux show no title beside an icon.
+QIcon trayIcon(int count, const QPalette &palette) {
+    const QString asset = QStringLiteral(":/MenuBarIcon.svg");
+    const QIcon glyph = QFile::exists(asset)
+                            ? QIcon(asset)
+                            : QIcon::fromTheme(QStringLiteral("application-x-executable"));
+    QIcon icon;
+    for (const int scale : {1, 2}) {
+        QPixmap pixmap(trayIconSize * scale, trayIconSize * scale);
+        pixmap.fill(Qt::transparent);
+        QPainter painter(&pixmap);
+        painter.setRenderHint(QPainter::Antialiasing);
+        glyph.paint(&painter, pixmap.rect());
+        // The glyph is a template: it takes the desktop theme's text colour, as panels do.
+        painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+        painter.fillRect(pixmap.rect(), palette.color(QPalette::WindowText));
+        painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+        if (count > 0) {
+            const QString text = count > 99 ? QStringLiteral("99+") : QString::number(count);
+            QFont font = painter.font();
+            font.setBold(true);
+            font.setPixelSize(11 * scale);
+            painter.setFont(font);
+            const int width =
+                std::max(QFontMetrics(font).horizontalAdvance(text) + 4 * scale, 13 * scale);
+            const QRect badge(pixmap.width() - width, pixmap.height() - 13 * scale, width,
+                              13 * scale);
+            painter.setPen(Qt::NoPen);
+            painter.setBrush(palette.color(QPalette::Highlight));
+            painter.drawRoundedRect(badge, 6.5 * scale, 6.5 * scale);
+            painter.setPen(palette.color(QPalette::HighlightedText));
+            painter.drawText(badge, Qt::AlignCenter, text);
+        }
+        painter.end();
+        icon.addPixmap(pixmap);
+    }
+    return icon;
+}
+
+} // namespace
+
+AppDelegate::AppDelegate(AppSettings &settings, WindowMonitor &monitor, AppCatalog &catalog,
+                         Workspace &workspace, Scheduler &scheduler,
+                         const ApplicationBundles &bundles, bool menuDrawnByDesktop,
+                         QObject *parent)
+    : QObject(parent), m_settings(settings), m_monitor(monitor), m_catalog(catalog),
+      m_workspace(workspace), m_scheduler(scheduler), m_bundles(bundles),
+      m_menuDrawnByDesktop(menuDrawnByDesktop), m_trayRetry(new QTimer(this)) {
+    connect(&m_statusMenu, &QMenu::aboutToShow, this, &AppDelegate::rebuildStatusMenu);
+    connect(&m_statusMenu, &QMenu::aboutToHide, this, &AppDelegate::menuDidClose);
+    m_trayRetry->setInterval(trayRetryMs);
+    connect(m_trayRetry, &QTimer::timeout, this, &AppDelegate::showStatusItemWhenTrayAppears);
+}
+
+AppDelegate::~AppDelegate() = default;
+
+void AppDelegate::applicationDidFinishLaunching() {
+    m_monitor.startObserving();
+    m_monitor.refresh();
+    m_monitor.startRefreshTimer();
+    m_scheduler.post(this, [this] { m_catalog.loadIfNeeded(); });
+    applyMenuBarIconSetting();
+    Observation::rearming(this, m_scheduler,
+                          {ObservedProperty(&m_settings, &AppSettings::showMenuBarIconChanged)},
+                          [this] { applyMenuBarIconSetting(); });
+    m_scheduler.post(this, [this] {
+        if (QWidget *window = findMainWindow())
+            window->installEventFilter(this);
+    });
+}
+
+bool AppDelegate::applicationShouldHandleReopen(bool hasVisibleWindows) {
+    if (!hasVisibleWindows)
+        showMainWindow();
+    return true;
+}
+
+void AppDelegate::applyMenuBarIconSetting() {
+    if (m_settings.showMenuBarIcon())
+        installStatusItem();
+    else
+        removeStatusItem();
+    const QWidget *window = findMainWindow();
+    setActivationPolicy(window && window->isVisible() ? ActivationPolicy::Regular
+                                                      : policyWithoutWindow());
+}
+
+AppDelegate::ActivationPolicy AppDelegate::policyWithoutWindow() const {
+    return m_settings.showMenuBarIcon() ? ActivationPolicy::Accessory : ActivationPolicy::Regular;
+}
+
+void AppDelegate::setActivationPolicy(ActivationPolicy policy) {
+    if (policy == m_activationPolicy)
+        return;
+    m_activationPolicy = policy;
+    emit activationPolicyChanged();
+}
+
+QWidget *AppDelegate::findMainWindow() {
+    const auto windows = QApplication::topLevelWidgets();
+    const auto found = std::find_if(windows.begin(), windows.end(), [](const QWidget *window) {
+        return window->windowTitle() == MainView::windowTitle;
+    });
+    return found == windows.end() ? nullptr : *found;
+}
+
+void AppDelegate::showMainWindow() {
+    setActivationPolicy(ActivationPolicy::Regular);
+    if (QWidget *window = findMainWindow()) {
+        window->installEventFilter(this);
+        window->show();
+        window->raise();
+        window->activateWindow();
+    }
+}
+
+// Closing the main window hides it: the program lives on, in the tray when its icon shows.
+bool AppDelegate::eventFilter(QObject *watched, QEvent *event) {
+    auto *window = qobject_cast<QWidget *>(watched);
+    if (event->type() != QEvent::Close || !window || !window->isWindow() ||
+        window->windowTitle() != MainView::windowTitle)
+        return QObject::eventFilter(watched, event);
+    event->ignore();
+    window->hide();
+    setActivationPolicy(policyWithoutWindow());
+    return true;
+}
+
+int AppDelegate::runningAppCount() const {
+    const QString ownID = AppCatalog::ownBundleIdentifier(m_bundles);
+    const auto &apps = m_monitor.runningApps();
+    return int(std::count_if(apps.begin(), apps.end(), [&ownID](const RunningApplicationPtr &app) {
+        return app->bundleIdentifier() != ownID;
+    }));
+}
+
+QString AppDelegate::statusTitle(int count) {
+    return count < 1 ? QString() : QStringLiteral(" ") + QString::number(count);
+}
+
+QString AppDelegate::statusAccessibilityLabel(int count) {
+    return count == 1 ? QStringLiteral("Quellory, 1 running app")
+                      : QStringLiteral("Quellory, %1 running apps").arg(count);
+}
+
+void AppDelegate::installStatusItem() {
+    if (m_statusItem)
+        return;
+    m_statusItem = std::make_unique<QSystemTrayIcon>();
+    m_statusItem->setContextMenu(&m_statusMenu);
+    rebuildStatusMenu();
+    connect(m_statusItem.get(), &QSystemTrayIcon::activated, this,
+            [this](QSystemTrayIcon::ActivationReason reason) {
+                // A right click opens the context menu by itself.
+                if (reason == QSystemTrayIcon::Trigger)
+                    statusBarButtonClicked();
+            });
+    updateStatusButton();
+    Observation::rearming(m_statusItem.get(), m_scheduler,
+                          {ObservedProperty(&m_monitor, &WindowMonitor::runningAppsChanged)},
+                          [this] { updateStatusButton(); });
+    showStatusItemWhenTrayAppears();
+}
+
+// At login the panel often starts after the program: the icon shows once a tray is there.
+void AppDelegate::showStatusItemWhenTrayAppears() {
+    if (!m_statusItem) {
+        m_trayRetry->stop();
+        return;
+    }
+    if (QSystemTrayIcon::isSystemTrayAvailable()) {
+        m_trayRetry->stop();
+        m_statusItem->show();
+    } else if (!m_trayRetry->isActive()) {
+        m_trayRetry->start();
+    }
+}
+
+void AppDelegate::removeStatusItem() {
+    if (m_statusItem) {
+        m_statusItem->setContextMenu(nullptr);
+        m_statusItem->hide();
+        m_statusItem.reset();
+    }
+    m_statusMenu.clear();
+}
+
+void AppDelegate::updateStatusButton() {
+    if (!m_statusItem)
+        return;
+    const int count = runningAppCount();
+    m_statusItem->setIcon(trayIcon(count, QApplication::palette()));
+    m_statusItem->setToolTip(statusAccessibilityLabel(count));
+}
+
+void AppDelegate::addHeader(const QString &title) {
+    if (m_menuDrawnByDesktop)
+        m_statusMenu.addAction(title)->setEnabled(false);
+    else
+        (new SectionHeaderMenuItemView(title))->addTo(m_statusMenu, true);
+}
+
+void AppDelegate::addSpacer() {
+    if (m_menuDrawnByDesktop)
+        m_statusMenu.addSeparator();
+    else
+        (new MenuSpacerItemView)->addTo(m_statusMenu, false);
+}
+
+void AppDelegate::rebuildStatusMenu() {
+    m_statusMenu.clear();
+    addHeader(QStringLiteral("Quellory"));
+    m_statusMenu.addSeparator();
+
+    const QString ownID = AppCatalog::ownBundleIdentifier(m_bundles);
+    QList<RunningApplicationPtr> apps;
+    for (const RunningApplicationPtr &app : m_monitor.runningApps()) {
+        if (app->bundleIdentifier() != ownID && app->bundleIdentifier() != finderBundleID)
+            apps.append(app);
+    }
+    const QCollator collator = UserCollation::caseInsensitive();
+    std::stable_sort(apps.begin(), apps.end(), [&collator](const auto &a, const auto &b) {
+        return collator.compare(a->localizedName().value_or(QString()),
+                                b->localizedName().value_or(QString())) < 0;
+    });
+    if (apps.isEmpty()) {
+        m_statusMenu.addAction(tr("No Apps Running"))->setEnabled(false);
+    } else {
+        addHeader(tr("Running Apps"));
+        for (qsizetype i = 0; i < apps.size(); ++i) {
+            if (i > 0)
+                addSpacer();
+            m_statusMenu.addAction(makeQuitItem(apps[i]));
+        }
+    }
+    m_statusMenu.addSeparator();
+    connect(m_statusMenu.addAction(tr("Open Quellory")), &QAction::triggered, this,
+            &AppDelegate::openAppFromMenu);
+    m_statusMenu.addSeparator();
+    QAction *quit = m_statusMenu.addAction(tr("Quit"));
+    quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
+    connect(quit, &QAction::triggered, this, &AppDelegate::quitQuellory);
+}
+
+QAction *AppDelegate::makeQuitItem(const RunningApplicationPtr &application) {
+    const QString name =
+        application->localizedName().value_or(application->bundleIdentifier().value_or(QString()));
+    auto *item = new QAction(QStringLiteral("Quit ") + name, &m_statusMenu);
+    item->setData(application->processIdentifier());
+    if (const QImage icon = application->icon(); !icon.isNull())
+        item->setIcon(QPixmap::fromImage(icon.scaled(
+            menuIconSize, menuIconSize, Qt::KeepAspectRatio, Qt::SmoothTransformation)));
+    connect(item, &QAction::triggered, this, [this, item] { quitRunningApp(item); });
+    return item;
+}
+
+void AppDelegate::statusBarButtonClicked() {
+    m_wasAccessoryBeforeMenu = m_activationPolicy == ActivationPolicy::Accessory;
+    if (m_wasAccessoryBeforeMenu)
+        setActivationPolicy(ActivationPolicy::Regular);
+    m_statusMenu.popup(QCursor::pos());
+}
+
+void AppDelegate::menuDidClose() {
+    if (m_wasAccessoryBeforeMenu) {
+        if (const QWidget *window = findMainWindow(); window && window->isVisible()) {
+            m_wasAccessoryBeforeMenu = false;
+            return;
+        }
+        if (m_settings.showMenuBarIcon())
+            setActivationPolicy(ActivationPolicy::Accessory);
+    }
+    m_wasAccessoryBeforeMenu = false;
+}
+
+void AppDelegate::quitRunningApp(const QAction *item) {
+    bool isNumber = false;
+    const qint32 processIdentifier = item->data().toInt(&isNumber);
+    if (!isNumber)
+        return;
+    const RunningApplicationPtr application = m_workspace.runningApplication(processIdentifier);
+    if (!application)
+        return;
+    const auto bundleID = application->bundleIdentifier();
+    if (!bundleID || AppCatalog::excludedBundleIDs().contains(*bundleID))
+        return;
+    application->terminate();
+}
+
+void AppDelegate::openAppFromMenu() {
+    showMainWindow();
+}
+
+void AppDelegate::quitQuellory() {
+    QCoreApplication::quit();
+}

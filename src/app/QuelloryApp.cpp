@@ -1,0 +1,56 @@
+#include "QuelloryApp.h"
+
+#include "platform/Updater.h"
+#include "views/MainView.h"
+#include "views/ViewEnvironment.h"
+
+#include <QApplication>
+#include <QMenuBar>
+#include <QMessageBox>
+#include <QTimer>
+
+QuelloryApp::QuelloryApp(const ViewEnvironment &environment, Workspace &workspace,
+                         Scheduler &scheduler, Updater &updater, bool menuDrawnByDesktop,
+                         QObject *parent)
+    : QObject(parent), m_appDelegate(environment.settings, environment.monitor, environment.catalog,
+                                     workspace, scheduler, environment.bundles, menuDrawnByDesktop),
+      m_updater(updater) {
+    m_updater.startUpdater();
+    m_window.setWindowTitle(MainView::windowTitle);
+    m_window.setCentralWidget(new MainView(environment, &m_window));
+    m_window.resize(defaultSize);
+    addApplicationMenu();
+}
+
+// Desktops with a global menu show it in their top bar; elsewhere it is the window's menu bar.
+void QuelloryApp::addApplicationMenu() {
+    QMenu *menu = m_window.menuBar()->addMenu(QStringLiteral("Quellory"));
+    connect(menu->addAction(tr("About Quellory")), &QAction::triggered, &m_window, [this] {
+        QMessageBox::about(&m_window, tr("About Quellory"),
+                           tr("Quellory %1\nLists the applications you run and quits them "
+                              "politely, and opens the ones you use most.")
+                               .arg(QApplication::applicationVersion()));
+    });
+    // Read once, as the menu is built: a program built without a feed cannot check.
+    QAction *check = menu->addAction(tr("Check for Updates…"));
+    check->setEnabled(m_updater.canCheckForUpdates());
+    connect(check, &QAction::triggered, this, [this] { m_updater.checkForUpdates(); });
+    menu->addSeparator();
+    QAction *quit = menu->addAction(tr("Quit"));
+    quit->setShortcut(QKeySequence::Quit);
+    connect(quit, &QAction::triggered, &m_appDelegate, &AppDelegate::quitQuellory);
+}
+
+void QuelloryApp::start() {
+    m_window.show();
+    QTimer::singleShot(0, &m_appDelegate,
+                       [this] { m_appDelegate.applicationDidFinishLaunching(); });
+}
+
+void QuelloryApp::reopen() {
+    const auto windows = QApplication::topLevelWidgets();
+    const bool hasVisibleWindows = std::any_of(windows.begin(), windows.end(), [](QWidget *w) {
+        return w->isVisible() && !(w->windowFlags() & Qt::Popup);
+    });
+    m_appDelegate.applicationShouldHandleReopen(hasVisibleWindows);
+}

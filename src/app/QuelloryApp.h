@@ -1,0 +1,38 @@
+#pragma once
+
+#include "AppDelegate.h"
+
+#include <QMainWindow>
+#include <QObject>
+
+struct ViewEnvironment;
+class Scheduler;
+class Updater;
+class Workspace;
+
+// The program as a whole: its one main window with the main view and the application menu, and
+// the delegate that runs the shell.
+class QuelloryApp final : public QObject {
+    Q_OBJECT
+public:
+    static constexpr QSize defaultSize{460, 560};
+
+    // Starts the updater at once; its command is enabled when it can check.
+    QuelloryApp(const ViewEnvironment &environment, Workspace &workspace, Scheduler &scheduler,
+                Updater &updater, bool menuDrawnByDesktop, QObject *parent = nullptr);
+
+    AppDelegate &appDelegate() { return m_appDelegate; }
+    QMainWindow &mainWindow() { return m_window; }
+
+    // Shows the main window; the delegate starts the rest once it is up.
+    void start();
+    // Another start of the program while this one runs.
+    void reopen();
+
+private:
+    void addApplicationMenu();
+
+    AppDelegate m_appDelegate;
+    Updater &m_updater;
+    QMainWindow m_window;
+};

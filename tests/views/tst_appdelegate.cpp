@@ -1,0 +1,218 @@
+#include "app/AppDelegate.h"
+#include "app/StatusMenuItemViews.h"
+#include "fakes/FakeLoginItemService.h"
+#include "fakes/SimulatedSession.h"
+#include "models/AppSettings.h"
+
+#include <QSystemTrayIcon>
+#include <QTest>
+#include <QWidgetAction>
+
+using Policy = AppDelegate::ActivationPolicy;
+
+namespace {
+
+// The menu as a reader sees it: "[Header]", "---" for a separator, "(gap)" for a spacer, and
+// item texts, disabled ones in brackets.
+QStringList describe(const QMenu &menu) {
+    QStringList lines;
+    for (const QAction *action : menu.actions()) {
+        if (const auto *view = qobject_cast<const QWidgetAction *>(action)) {
+            const auto *header = qobject_cast<SectionHeaderMenuItemView *>(view->defaultWidget());
+            lines << (header ? "[" + header->title() + "]" : QStringLiteral("(gap)"));
+        } else if (action->isSeparator()) {
+            lines << "---";
+        } else {
+            lines << (action->isEnabled() ? action->text() : "(" + action->text() + ")");
+        }
+    }
+    return lines;
+}
+
+} // namespace
+
+// The shell over a simulated session: the tray icon and its menu, the main window's hiding and
+// reopening, and the activation policy that goes with them.
+class AppDelegateTest : public QObject {
+    Q_OBJECT
+
+private:
+    struct Shell {
+        SimulatedSession session;
+        FakeLoginItemService loginItems;
+        AppSettings settings{session.defaults, loginItems};
+        QWidget mainWindow;
+        AppDelegate delegate{settings,
+                             session.monitor,
+                             session.catalog,
+                             session.workspace,
+                             session.time,
+                             session.bundles,
+                             false};
+
+        Shell() {
+            session.bundles.mainID = QStringLiteral("app.quellory.Quellory");
+            mainWindow.setWindowTitle(QStringLiteral("Quellory"));
+            mainWindow.show();
+            delegate.applicationDidFinishLaunching();
+            session.time.runPending();
+        }
+        std::shared_ptr<FakeRunningApplication> run(const std::optional<QString> &id,
+                                                    const std::optional<QString> &name, int pid) {
+            return session.launch(id, name, pid);
+        }
+        QStringList menu() {
+            delegate.rebuildStatusMenu();
+            return describe(delegate.statusMenu());
+        }
+    };
+
+private slots:
+    void countAndLabel_data() {
+        QTest::addColumn<int>("count");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("label");
+        QTest::newRow("none") << 0 << ""
+                              << "Quellory, 0 running apps";
+        QTest::newRow("one") << 1 << " 1"
+                             << "Quellory, 1 running app";
+        QTest::newRow("many") << 12 << " 12"
+                              << "Quellory, 12 running apps";
+    }
+    void countAndLabel() {
+        QFETCH(int, count);
+        QFETCH(QString, title);
+        QFETCH(QString, label);
+        QCOMPARE(AppDelegate::statusTitle(count), title);
+        QCOMPARE(AppDelegate::statusAccessibilityLabel(count), label);
+    }
+
+    void countsEverythingButItself() {
+        Shell shell;
+        QVERIFY(shell.delegate.statusItem());
+        shell.run("app.quellory.Quellory", "Quellory", 10);
+        QCOMPARE(shell.delegate.runningAppCount(), 0);
+        QCOMPARE(shell.delegate.statusItem()->toolTip(), "Quellory, 0 running apps");
+        shell.run("com.apple.finder", "Finder", 11);
+        shell.run(std::nullopt, "Nameless", 12);
+        QCOMPARE(shell.delegate.runningAppCount(), 2);
+        // The tray follows the monitor on a later turn.
+        QCOMPARE(shell.delegate.statusItem()->toolTip(), "Quellory, 2 running apps");
+    }
+
+    void menuListsRunningAppsByName() {
+        Shell shell;
+        shell.run("app.quellory.Quellory", "Quellory", 10);
+        shell.run("com.apple.finder", "Finder", 11);
+        QCOMPARE(shell.menu(), QStringList({"[Quellory]", "---", "(No Apps Running)", "---",
+                                            "Open Quellory", "---", "Quit"}));
+        shell.run("org.example.Beta", "beta", 20);
+        shell.run("org.example.Alpha", "Alpha", 21);
+        shell.run("org.example.Alpha2", "alpha2", 22);
+        // Without names both sort first, in the monitor's order.
+        shell.run("org.example.Unnamed", std::nullopt, 23);
+        shell.run(std::nullopt, std::nullopt, 24);
+        QCOMPARE(shell.menu(),
+                 QStringList({"[Quellory]", "---", "[Running Apps]", "Quit org.example.Unnamed",
+                              "(gap)", "Quit ", "(gap)", "Quit Alpha", "(gap)", "Quit alpha2",
+                              "(gap)", "Quit beta", "---", "Open Quellory", "---", "Quit"}));
+        QCOMPARE(shell.delegate.statusMenu().actions().last()->shortcut(),
+                 QKeySequence(Qt::CTRL | Qt::Key_Q));
+    }
+
+    void quitItemsAskOnlyWhatStillRunsAndMayBeQuit() {
+        Shell shell;
+        const auto beta = shell.run("org.example.Beta", "beta", 20);
+        const auto finder = shell.run("com.apple.finder", "Finder", 11);
+        shell.menu();
+        const auto item = [&shell](const QString &text) {
+            for (QAction *action : shell.delegate.statusMenu().actions())
+                if (action->text() == text)
+                    return action;
+            return static_cast<QAction *>(nullptr);
+        };
+        QAction *quitBeta = item("Quit beta");
+        QVERIFY(quitBeta);
+        quitBeta->trigger();
+        QCOMPARE(beta->terminateCalls, 1);
+
+        // A protected identifier is never asked, even when an item names its process.
+        QAction forged(QStringLiteral("Quit Finder"));
+        forged.setData(finder->pid);
+        shell.delegate.quitRunningApp(&forged);
+        QCOMPARE(finder->terminateCalls, 0);
+
+        // Ended before its item was chosen: nothing.
+        shell.session.end(beta);
+        quitBeta->trigger();
+        QCOMPARE(beta->terminateCalls, 1);
+    }
+
+    void trayIconFollowsTheSetting() {
+        Shell shell;
+        QVERIFY(shell.delegate.statusItem());
+        shell.settings.setShowMenuBarIcon(false);
+        shell.settings.setShowMenuBarIcon(true);
+        shell.settings.setShowMenuBarIcon(false);
+        QVERIFY(shell.delegate.statusItem());
+        shell.session.time.runPending();
+        QVERIFY(!shell.delegate.statusItem());
+        QVERIFY(shell.delegate.statusMenu().actions().isEmpty());
+        shell.run("org.example.Beta", "beta", 20);
+        shell.settings.setShowMenuBarIcon(true);
+        shell.session.time.runPending();
+        QVERIFY(shell.delegate.statusItem());
+        QCOMPARE(shell.delegate.statusItem()->toolTip(), "Quellory, 1 running app");
+        QVERIFY(shell.delegate.statusMenu().actions().size() > 7);
+    }
+
+    void closingHidesTheWindowAndReopenBringsItBack() {
+        Shell shell;
+        QCOMPARE(shell.delegate.activationPolicy(), Policy::Regular);
+        QVERIFY(!shell.mainWindow.close());
+        QVERIFY(!shell.mainWindow.isVisible());
+        QCOMPARE(shell.delegate.activationPolicy(), Policy::Accessory);
+        // Reopening while something is visible changes nothing.
+        QWidget other;
+        other.show();
+        QVERIFY(shell.delegate.applicationShouldHandleReopen(true));
+        QVERIFY(!shell.mainWindow.isVisible());
+        QVERIFY(shell.delegate.applicationShouldHandleReopen(false));
+        QVERIFY(shell.mainWindow.isVisible());
+        QCOMPARE(shell.delegate.activationPolicy(), Policy::Regular);
+
+        // Without the tray icon, the program stays in the task bar with its window hidden.
+        shell.settings.setShowMenuBarIcon(false);
+        shell.session.time.runPending();
+        QVERIFY(!shell.mainWindow.close());
+        QCOMPARE(shell.delegate.activationPolicy(), Policy::Regular);
+        shell.settings.setShowMenuBarIcon(true);
+        shell.session.time.runPending();
+        QCOMPARE(shell.delegate.activationPolicy(), Policy::Accessory);
+
+        // Any other window closes as usual.
+        other.setWindowTitle(QStringLiteral("About Quellory"));
+        other.installEventFilter(&shell.delegate);
+        QVERIFY(other.close());
+    }
+
+    void openingTheMenuLendsTheRegularPolicy() {
+        Shell shell;
+        shell.mainWindow.close();
+        QCOMPARE(shell.delegate.activationPolicy(), Policy::Accessory);
+        shell.delegate.statusBarButtonClicked();
+        QCOMPARE(shell.delegate.activationPolicy(), Policy::Regular);
+        shell.delegate.statusMenu().hide();
+        QCOMPARE(shell.delegate.activationPolicy(), Policy::Accessory);
+
+        // "Open Quellory" from the menu leaves it regular, with the window in front.
+        shell.delegate.statusBarButtonClicked();
+        shell.delegate.openAppFromMenu();
+        shell.delegate.statusMenu().hide();
+        QCOMPARE(shell.delegate.activationPolicy(), Policy::Regular);
+        QVERIFY(shell.mainWindow.isVisible());
+    }
+};
+
+QTEST_MAIN(AppDelegateTest)
+#include "tst_appdelegate.moc"
