@@ -166,6 +166,16 @@ AppActionRow::Geometry AppActionRow::geometry(const QStyleOptionViewItem &option
     return g;
 }
 
+AppActionRow::Geometry AppActionRow::geometry(const QAbstractItemView &view,
+                                              const QModelIndex &index) const {
+    QStyleOptionViewItem option;
+    option.initFrom(&view);
+    option.font = view.font();
+    option.widget = &view;
+    option.rect = view.visualRect(index);
+    return geometry(option, index);
+}
+
 AppActionRow::Part AppActionRow::partAt(const QStyleOptionViewItem &option,
                                         const QModelIndex &index, const QPoint &position) const {
     if (RowKind(index.data(AppsListModel::RowKindRole).toInt()) != RowKind::item)

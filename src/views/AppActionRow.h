@@ -34,6 +34,8 @@ public:
     static QString actionToolTip(ActionKind kind, const QString &name);
 
     Geometry geometry(const QStyleOptionViewItem &option, const QModelIndex &index) const;
+    // The same, laid out as the view shows the row, in its viewport's coordinates.
+    Geometry geometry(const QAbstractItemView &view, const QModelIndex &index) const;
     Part partAt(const QStyleOptionViewItem &option, const QModelIndex &index,
                 const QPoint &position) const;
 

@@ -2,6 +2,7 @@
 
 #include "AppActionRow.h"
 #include "AppListIcon.h"
+#include "AppsListAccessible.h"
 #include "AppsListActions.h"
 #include "AppsListFilter.h"
 #include "AppsListModel.h"
@@ -28,6 +29,7 @@ AppsListView::AppsListView(WindowMonitor &monitor, AppCatalog &catalog, AppUsage
       m_selection(new AppsListSelection(actions, *m_model, *m_filter, this)),
       m_selectionBar(new SelectionBar(this)), m_list(new QListView(this)),
       m_rowDelegate(new AppActionRow(*m_icons, this)) {
+    AppsListAccessible::install();
     setBackgroundRole(QPalette::Window);
     setAutoFillBackground(true);
 

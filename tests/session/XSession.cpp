@@ -119,11 +119,14 @@ bool XSession::stopWindowManager() {
     return waitFor(*this, false);
 }
 
-qint64 XSession::start(const QString &program, const QStringList &arguments) {
+qint64 XSession::start(const QString &program, const QStringList &arguments,
+                       const QProcessEnvironment &extraEnvironment) {
+    QProcessEnvironment environment = m_environment;
+    environment.insert(extraEnvironment);
     QProcess process;
     process.setProgram(program);
     process.setArguments(arguments);
-    process.setProcessEnvironment(m_environment);
+    process.setProcessEnvironment(environment);
     process.setStandardInputFile(QProcess::nullDevice());
     process.setStandardOutputFile(QProcess::nullDevice());
     process.setStandardErrorFile(QProcess::nullDevice());

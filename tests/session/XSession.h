@@ -25,8 +25,10 @@ public:
     bool startWindowManager();
     bool stopWindowManager();
 
-    // Starts a program in the session; its pid, or 0 when it could not start.
-    qint64 start(const QString &program, const QStringList &arguments = {});
+    // Starts a program in the session, with these variables added to its environment; its pid,
+    // or 0 when it could not start.
+    qint64 start(const QString &program, const QStringList &arguments = {},
+                 const QProcessEnvironment &extraEnvironment = {});
     // Runs a tool to its end; its standard output.
     QByteArray run(const QString &program, const QStringList &arguments);
     // Whether a process exists and has not ended.
