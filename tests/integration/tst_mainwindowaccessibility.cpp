@@ -108,6 +108,26 @@ private:
                 lines << QJsonDocument::fromJson(line).object();
         return lines;
     }
+    // Where the panel shows the program's tray icon, or a null point.
+    QPoint trayIcon() {
+        const QByteArray tree = m_session->run(QStringLiteral("xwininfo"),
+                                               {QStringLiteral("-root"), QStringLiteral("-tree")});
+        for (const QByteArray &line : tree.split('\n')) {
+            if (!line.contains("(\"quellory\" \"Quellory\")") || !line.contains(" 22x22"))
+                continue;
+            const QList<QByteArray> origin = line.mid(line.lastIndexOf(' ') + 2).split('+');
+            if (origin.size() == 2)
+                return {origin[0].toInt() + 11, origin[1].toInt() + 11};
+        }
+        return {};
+    }
+    // The main window is among the windows the window manager manages (a hidden one is not).
+    bool isWindowShown() {
+        const QList<QByteArray> windows =
+            m_session->run(QStringLiteral("wmctrl"), {QStringLiteral("-l")}).split('\n');
+        return std::any_of(windows.begin(), windows.end(),
+                           [](const QByteArray &line) { return line.endsWith(" Quellory"); });
+    }
     Window describe() {
         const QList<QJsonObject> lines = ask({QStringLiteral("describe")});
         return {lines.isEmpty() ? QJsonObject() : lines.front()};
@@ -136,6 +156,8 @@ private slots:
         eyes.write("[Desktop Entry]\nType=Application\nName=Eyes\nExec=xeyes\n");
         eyes.close();
 
+        // A tray host, as a desktop's panel is.
+        QVERIFY(m_session->start(QStringLiteral("tint2")));
         m_xterm = m_session->start(QStringLiteral("xterm"));
         QVERIFY(m_xterm > 0);
         QProcessEnvironment environment;
@@ -205,6 +227,29 @@ private slots:
         QCOMPARE(window.headings(), QStringList{"Not Running"});
         QCOMPARE(names(window.section("Not Running")), (QStringList{"XTerm", "Eyes"}));
         QCOMPARE(window.item("Not Running", "XTerm")["checked"], false);
+    }
+
+    void trayIconShowsInThePanel() {
+        QTRY_VERIFY2_WITH_TIMEOUT(!trayIcon().isNull(), "tint2 holds the program's tray icon",
+                                  programStartMs);
+    }
+
+    void closedWindowLivesInTheTrayAndComesBackOnASecondStart() {
+        m_session->run(QStringLiteral("wmctrl"),
+                       {QStringLiteral("-c"), QStringLiteral("Quellory")});
+        QTRY_VERIFY_WITH_TIMEOUT(!isWindowShown(), programStartMs);
+        QTest::qWait(500);
+        QVERIFY(XSession::isRunning(m_program));
+
+        QProcess second;
+        second.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        second.setStandardOutputFile(QProcess::nullDevice());
+        second.start(qEnvironmentVariable("QUELLORY_PROGRAM"), {});
+        QVERIFY(second.waitForFinished(programStartMs));
+        QCOMPARE(second.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(second.exitCode(), 0);
+        QTRY_VERIFY_WITH_TIMEOUT(isWindowShown(), programStartMs);
+        QVERIFY(XSession::isRunning(m_program));
     }
 
     void cleanupTestCase() {
