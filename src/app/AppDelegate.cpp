@@ -225,7 +225,7 @@ void AppDelegate::addHeader(const QString &title) {
     if (m_menuDrawnByDesktop)
         m_statusMenu.addAction(title)->setEnabled(false);
     else
-        (new SectionHeaderMenuItemView(title))->addTo(m_statusMenu, true);
+        (new SectionHeaderMenuItemView(title))->addTo(m_statusMenu, true, title);
 }
 
 void AppDelegate::addSpacer() {

@@ -10,8 +10,9 @@ PassthroughMenuItemView::PassthroughMenuItemView(QSize size) {
     setFixedSize(size);
 }
 
-void PassthroughMenuItemView::addTo(QMenu &menu, bool isEnabled) {
+void PassthroughMenuItemView::addTo(QMenu &menu, bool isEnabled, const QString &text) {
     auto *action = new QWidgetAction(&menu);
+    action->setText(text);
     action->setDefaultWidget(this);
     action->setEnabled(isEnabled);
     menu.addAction(action);

@@ -10,8 +10,8 @@ class PassthroughMenuItemView : public QWidget {
 public:
     explicit PassthroughMenuItemView(QSize size);
 
-    // Adds an item to the menu that shows this view.
-    void addTo(QMenu &menu, bool isEnabled);
+    // Adds an item to the menu that shows this view; text is what screen readers read of it.
+    void addTo(QMenu &menu, bool isEnabled, const QString &text = {});
 };
 
 // An empty 6-pixel gap between two quit items.

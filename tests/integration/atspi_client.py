@@ -6,11 +6,15 @@
   atspi_client.py PID act ITEM CONTROL UNTIL
       Runs the action of the control named CONTROL in the list item named ITEM, then reports the
       events that follow until one of type UNTIL has come.
+  atspi_client.py PID menu X Y KEY...
+      Clicks at X, Y (the tray icon), presses the keys in turn (xdotool's names) and reports the
+      menu items that the keyboard's focus reached, in order.
 
 Every run finds the program and its controls afresh: object references die with the rows.
 """
 
 import json
+import subprocess
 import sys
 
 import pyatspi
@@ -129,6 +133,34 @@ def act(app, item_name, control_name, until):
     say(until=until, seen=any(kind.startswith(until) for kind in seen))
 
 
+def menu(x, y, *keys):
+    reached = []
+
+    def on_focus(event):
+        try:
+            if event.detail1 == 1 and event.source.getRoleName() == "menu item":
+                reached.append(event.source.name)
+        except Exception:  # the source may be gone by now
+            pass
+
+    def press_keys():
+        for key in keys:
+            subprocess.run(["xdotool", "key", key], check=False)
+        GLib.timeout_add(LISTENER_SETTLE_MS, pyatspi.Registry.stop)
+        return False
+
+    def open_menu():
+        subprocess.run(["xdotool", "mousemove", x, y, "click", "1"], check=False)
+        GLib.timeout_add(LISTENER_SETTLE_MS, press_keys)
+        return False
+
+    pyatspi.Registry.registerEventListener(on_focus, "object:state-changed:focused")
+    GLib.timeout_add(LISTENER_SETTLE_MS, open_menu)
+    GLib.timeout_add_seconds(EVENT_TIMEOUT_S, pyatspi.Registry.stop)
+    pyatspi.Registry.start(gil=False)
+    say(reached=reached)
+
+
 def main():
     pid, command, *rest = sys.argv[1:]
     app = None
@@ -142,6 +174,8 @@ def main():
         return 1
     if command == "describe":
         describe(app)
+    elif command == "menu":
+        menu(*rest)
     else:
         act(app, *rest)
     return 0

@@ -108,6 +108,18 @@ private:
                 lines << QJsonDocument::fromJson(line).object();
         return lines;
     }
+    // Opens the tray menu with a click and presses the keys; the items the focus reached.
+    QStringList walkTrayMenu(QPoint icon, const QStringList &keys) {
+        const QList<QJsonObject> lines =
+            ask(QStringList{QStringLiteral("menu"), QString::number(icon.x()),
+                            QString::number(icon.y())} +
+                keys);
+        QStringList reached;
+        for (const QJsonValue &name :
+             lines.isEmpty() ? QJsonArray() : lines.front()["reached"].toArray())
+            reached << name.toString();
+        return reached;
+    }
     // Where the panel shows the program's tray icon, or a null point.
     QPoint trayIcon() {
         const QByteArray tree = m_session->run(QStringLiteral("xwininfo"),
@@ -229,9 +241,22 @@ private slots:
         QCOMPARE(window.item("Not Running", "XTerm")["checked"], false);
     }
 
-    void trayIconShowsInThePanel() {
-        QTRY_VERIFY2_WITH_TIMEOUT(!trayIcon().isNull(), "tint2 holds the program's tray icon",
-                                  programStartMs);
+    void trayMenuListsRunningProgramsByNameAndQuitsThem() {
+        const qint64 xterm = m_session->start(QStringLiteral("xterm"));
+        const qint64 eyes = m_session->start(QStringLiteral("xeyes"));
+        QTRY_VERIFY_WITH_TIMEOUT(
+            names(describe().section("Running")) == (QStringList{"Eyes", "XTerm"}), programStartMs);
+        QPoint icon;
+        QTRY_VERIFY2_WITH_TIMEOUT(!(icon = trayIcon()).isNull(),
+                                  "tint2 holds the program's tray icon", programStartMs);
+        // The keyboard walks the menu as a screen reader user does; the focus reads each item.
+        QCOMPARE(walkTrayMenu(icon, {"Down", "Down", "Down", "Down", "Down", "Down", "Escape"}),
+                 (QStringList{"Quellory", "Running Apps", "Quit Eyes", "Quit XTerm",
+                              "Open Quellory", "Quit"}));
+        QCOMPARE(walkTrayMenu(icon, {"Down", "Down", "Down", "Return"}),
+                 (QStringList{"Quellory", "Running Apps", "Quit Eyes"}));
+        QTRY_VERIFY_WITH_TIMEOUT(!XSession::isRunning(eyes), programStartMs);
+        QVERIFY(XSession::isRunning(xterm));
     }
 
     void closedWindowLivesInTheTrayAndComesBackOnASecondStart() {
