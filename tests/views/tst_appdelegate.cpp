@@ -42,15 +42,11 @@ private:
         FakeLoginItemService loginItems;
         AppSettings settings{session.defaults, loginItems};
         QWidget mainWindow;
-        AppDelegate delegate{settings,
-                             session.monitor,
-                             session.catalog,
-                             session.workspace,
-                             session.time,
-                             session.bundles,
-                             false};
+        AppDelegate delegate;
 
-        Shell() {
+        explicit Shell(bool menuDrawnByDesktop = false)
+            : delegate(settings, session.monitor, session.catalog, session.workspace, session.time,
+                       session.bundles, menuDrawnByDesktop) {
             session.bundles.mainID = QStringLiteral("app.quellory.Quellory");
             mainWindow.setWindowTitle(QStringLiteral("Quellory"));
             mainWindow.show();
@@ -118,6 +114,15 @@ private slots:
                               "(gap)", "Quit beta", "---", "Open Quellory", "---", "Quit"}));
         QCOMPARE(shell.delegate.statusMenu().actions().last()->shortcut(),
                  QKeySequence(Qt::CTRL | Qt::Key_Q));
+    }
+
+    void desktopDrawnMenuHasPlainItemsWithTheSameTexts() {
+        Shell shell(true);
+        shell.run("org.example.Beta", "beta", 20);
+        shell.run("org.example.Alpha", "Alpha", 21);
+        QCOMPARE(shell.menu(),
+                 QStringList({"(Quellory)", "---", "(Running Apps)", "Quit Alpha", "---",
+                              "Quit beta", "---", "Open Quellory", "---", "Quit"}));
     }
 
     void quitItemsAskOnlyWhatStillRunsAndMayBeQuit() {
