@@ -120,7 +120,11 @@ QAccessibleInterface *AppsListAccessible::focusChild() const {
     return current.isValid() ? child(current.row()) : nullptr;
 }
 
+// Announcing makes an interface for every row it names: without a screen reader listening that
+// is all waste, and a search that brings back a thousand rows would pay for a thousand.
 void AppsListAccessible::announceInsertion(int first, int last) const {
+    if (!QAccessible::isActive())
+        return;
     for (int row = first; row <= last; ++row)
         if (QAccessibleInterface *inserted = child(row))
             announce(inserted, QAccessible::ObjectCreated);
@@ -128,6 +132,8 @@ void AppsListAccessible::announceInsertion(int first, int last) const {
 
 // While the rows are still there, so that a screen reader learns which ones go.
 void AppsListAccessible::announceRemoval(int first, int last) const {
+    if (!QAccessible::isActive())
+        return;
     for (int row = first; row <= last; ++row)
         if (AppsListRowAccessible *going =
                 cachedRow(rows()->index(row, 0).data(AppsListModel::RowKeyRole).toString()))
@@ -141,6 +147,8 @@ void AppsListAccessible::announceAllRemoved() const {
 }
 
 void AppsListAccessible::announceChanges(int first, int last) const {
+    if (!QAccessible::isActive())
+        return;
     for (int row = first; row <= last; ++row)
         if (AppsListRowAccessible *changed =
                 cachedRow(rows()->index(row, 0).data(AppsListModel::RowKeyRole).toString()))
