@@ -19,10 +19,11 @@ namespace {
 
 constexpr int crossFadeMs = 250;
 
-// A gear from the icon theme; without one the button shows its text.
+// A gear from the icon theme; without one the button shows its text. Full-colour icons come
+// first: Qt draws symbolic ones in their own grey, which vanishes on a dark toolbar.
 QIcon settingsIcon() {
-    for (const char *name : {"preferences-system-symbolic", "emblem-system-symbolic",
-                             "preferences-system", "emblem-system"}) {
+    for (const char *name : {"preferences-system", "emblem-system", "preferences-system-symbolic",
+                             "emblem-system-symbolic"}) {
         const QIcon icon = QIcon::fromTheme(QString::fromLatin1(name));
         if (!icon.isNull())
             return icon;
