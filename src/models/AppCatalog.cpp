@@ -5,11 +5,11 @@
 #include "BackgroundTask.h"
 #include "IconCache.h"
 #include "platform/ApplicationBundles.h"
+#include "PositionSort.h"
 #include "UserCollation.h"
 
 #include <algorithm>
 #include <functional>
-#include <numeric>
 #include <QThreadPool>
 #include <string_view>
 #include <unordered_set>
@@ -41,18 +41,10 @@ QString nameOf(const FolderEntry &entry, BundleInfo &bundle, const QString &suff
 // each.
 void sortByName(QList<AppCatalog::RawEntry> &entries) {
     const QCollator collator = UserCollation::caseSensitive();
-    // Sorts positions, which move more cheaply than entries of three strings.
     const AppCatalog::RawEntry *const unsorted = entries.constData();
-    std::vector<qsizetype> order(size_t(entries.size()));
-    std::iota(order.begin(), order.end(), 0);
-    std::stable_sort(order.begin(), order.end(), [&](qsizetype a, qsizetype b) {
+    PositionSort::sort(entries, [&](qsizetype a, qsizetype b) {
         return collator.compare(unsorted[a].name, unsorted[b].name) < 0;
     });
-    QList<AppCatalog::RawEntry> sorted;
-    sorted.reserve(entries.size());
-    for (const qsizetype position : order)
-        sorted.append(std::move(entries[position]));
-    entries = std::move(sorted);
 }
 
 } // namespace
@@ -235,17 +227,37 @@ bool AppCatalog::isUtilityApp(const AppEntry &entry, const QSet<QString> &utilit
     return appleUtilityBundleIDs().contains(entry.id) || utilityIDs.contains(entry.id);
 }
 
+AppCatalog::RankFacts AppCatalog::rankFacts(const AppEntry &entry, const AppUsageStore &usage,
+                                            const QSet<QString> &utilityIDs) {
+    return {isUtilityApp(entry, utilityIDs), usage.score(entry.id)};
+}
+
 bool AppCatalog::rankedBefore(const AppEntry &a, const AppEntry &b, const AppUsageStore &usage,
                               const QSet<QString> &utilityIDs) {
-    const bool aIsUtility = isUtilityApp(a, utilityIDs);
-    if (aIsUtility != isUtilityApp(b, utilityIDs))
-        return !aIsUtility;
-    const double aScore = usage.score(a.id);
-    const double bScore = usage.score(b.id);
-    if (aScore != bScore)
-        return aScore > bScore;
+    return rankedBefore(a, rankFacts(a, usage, utilityIDs), b, rankFacts(b, usage, utilityIDs));
+}
+
+bool AppCatalog::rankedBefore(const AppEntry &a, const RankFacts &aFacts, const AppEntry &b,
+                              const RankFacts &bFacts) {
+    if (aFacts.isUtility != bFacts.isUtility)
+        return !aFacts.isUtility;
+    if (aFacts.score != bFacts.score)
+        return aFacts.score > bFacts.score;
     if (a.isSystem != b.isSystem)
         return !a.isSystem;
     static const QCollator caseInsensitive = UserCollation::caseInsensitive();
     return caseInsensitive.compare(a.name, b.name) < 0;
+}
+
+void AppCatalog::sortByRank(QList<AppEntry> &apps, const AppUsageStore &usage,
+                            const QSet<QString> &utilityIDs) {
+    // The facts once per entry: asked at every comparison, they cost most of the sort.
+    std::vector<RankFacts> facts;
+    facts.reserve(size_t(apps.size()));
+    for (const AppEntry &entry : std::as_const(apps))
+        facts.push_back(rankFacts(entry, usage, utilityIDs));
+    const AppEntry *const unsorted = apps.constData();
+    PositionSort::sort(apps, [&](qsizetype a, qsizetype b) {
+        return rankedBefore(unsorted[a], facts[size_t(a)], unsorted[b], facts[size_t(b)]);
+    });
 }

@@ -62,6 +62,9 @@ public:
     // non-system first, then by name.
     static bool rankedBefore(const AppEntry &a, const AppEntry &b, const AppUsageStore &usage,
                              const QSet<QString> &utilityIDs = {});
+    // Puts the list in that order, keeping the order of entries that rank alike.
+    static void sortByRank(QList<AppEntry> &apps, const AppUsageStore &usage,
+                           const QSet<QString> &utilityIDs);
     static bool isUtilityApp(const AppEntry &entry, const QSet<QString> &utilityIDs = {});
     // macOS's own utilities outside its Utilities folders.
     static const QSet<QString> &appleUtilityBundleIDs();
@@ -73,6 +76,16 @@ signals:
     void byIDChanged();
 
 private:
+    // What the order asks of one entry beyond the entry itself.
+    struct RankFacts {
+        bool isUtility = false;
+        double score = 0;
+    };
+    static RankFacts rankFacts(const AppEntry &entry, const AppUsageStore &usage,
+                               const QSet<QString> &utilityIDs);
+    static bool rankedBefore(const AppEntry &a, const RankFacts &aFacts, const AppEntry &b,
+                             const RankFacts &bFacts);
+
     void publish(const QList<RawEntry> &rawEntries);
 
     const ApplicationBundles &m_bundles;

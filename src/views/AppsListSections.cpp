@@ -80,11 +80,7 @@ QList<ListItem> AppsListSections::installedItems(const QSet<QString> &excluding)
 const QList<AppEntry> &AppsListSections::rankedApps() const {
     if (!m_isRanked) {
         m_rankedApps = m_catalog.apps();
-        const QSet<QString> &utilityIDs = m_catalog.utilityIDs();
-        std::stable_sort(m_rankedApps.begin(), m_rankedApps.end(),
-                         [&](const AppEntry &a, const AppEntry &b) {
-                             return AppCatalog::rankedBefore(a, b, m_usage, utilityIDs);
-                         });
+        AppCatalog::sortByRank(m_rankedApps, m_usage, m_catalog.utilityIDs());
         m_isRanked = true;
     }
     return m_rankedApps;

@@ -101,10 +101,12 @@ private slots:
             {"settings", "Settings", "/usr/share/s.desktop", true},
             {"util", "Util", "/System/Applications/Utilities/U.app", false}};
         QList<AppEntry> sorted(ranked.rbegin(), ranked.rend());
-        std::sort(sorted.begin(), sorted.end(), [&](const AppEntry &a, const AppEntry &b) {
-            return AppCatalog::rankedBefore(a, b, usage, {"settings"});
-        });
+        AppCatalog::sortByRank(sorted, usage, {"settings"});
         QCOMPARE(sorted, ranked);
+        for (qsizetype i = 1; i < ranked.size(); ++i) {
+            QVERIFY(AppCatalog::rankedBefore(ranked[i - 1], ranked[i], usage, {"settings"}));
+            QVERIFY(!AppCatalog::rankedBefore(ranked[i], ranked[i - 1], usage, {"settings"}));
+        }
         QVERIFY(!AppCatalog::rankedBefore(ranked[0], ranked[0], usage, {"settings"}));
     }
 };
