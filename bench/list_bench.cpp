@@ -1,33 +1,57 @@
-// Times the application list with 1000 installed applications and a few running ones, on the
-// offscreen platform: typing one more character into the search, clearing the search, an
-// application that ends or starts, each until the list is recomposed and repainted. The baseline
-// is repainting the same list with nothing changed. Prints medians over several rounds.
+// Times the application list with 1000 installed applications and 30 running ones, on the
+// offscreen platform: typing one more character into the search (the sections recomposed alone,
+// and recomposed and repainted), clearing the search, an application that ends or starts, each
+// until the list is recomposed and repainted. The baseline is repainting the same list with
+// nothing changed. Then starts the whole window, and a bare Qt window the same way, in fresh
+// processes, until each has painted, with the memory each has used by then. Prints medians over
+// several rounds.
 
+#include "app/QuelloryApp.h"
 #include "BenchFigures.h"
+#include "fakes/FakeLoginItemService.h"
+#include "fakes/FakeUpdater.h"
 #include "fakes/SimulatedSession.h"
+#include "models/AppSettings.h"
+#include "models/EventLoopScheduler.h"
+#include "platform/linux/IconThemeProvider.h"
 #include "views/AppsListActions.h"
 #include "views/AppsListView.h"
+#include "views/ViewEnvironment.h"
 
 #include <chrono>
+#include <cstdio>
 #include <QApplication>
+#include <QElapsedTimer>
+#include <QFile>
 #include <QListView>
+#include <QProcess>
+#include <QTimer>
 #include <vector>
 
 namespace {
 
 constexpr int installedCount = 1000;
-constexpr int runningCount = 5;
+constexpr int runningCount = 30;
 constexpr int rounds = 30;
+constexpr int startRounds = 11;
+const QString firstPaintArgument = QStringLiteral("--first-paint");
 const QStringList typed{"s", "st", "stu", "stud"};
 
 using Clock = std::chrono::steady_clock;
 
-// Milliseconds that a change and the repaint it needs take.
-template <typename Change> double timeRepaintAfter(QWidget &view, Change change) {
+// Milliseconds that a change takes, without the repaint it needs.
+template <typename Change> double timeComposing(Change change) {
     const auto start = Clock::now();
     change();
-    view.repaint();
     return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+}
+
+// Milliseconds that a change and the repaint it needs take.
+template <typename Change> double timeRepaintAfter(QWidget &view, Change change) {
+    return timeComposing([&] {
+        change();
+        view.repaint();
+    });
 }
 
 QString nameOf(int index) {
@@ -47,16 +71,137 @@ QString idOf(int index) {
     return QStringLiteral("org.example.App%1").arg(index);
 }
 
+void install(SimulatedSession &session) {
+    for (int index = 0; index < installedCount; ++index)
+        session.install(idOf(index), nameOf(index), index % 40 == 0);
+}
+
+// The memory the process has held at most, from the kernel's own count.
+double peakMegabytes() {
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray &line : status.readAll().split('\n')) {
+        if (line.startsWith("VmHWM:"))
+            return line.mid(6).trimmed().split(' ').front().toDouble() / 1024;
+    }
+    return -1;
+}
+
+// Reports once the window's first paint is done and the event loop is back: the line the
+// parent process waits for, with the peak memory until then and the milliseconds the process
+// spent on setting up a simulation, which the parent leaves out.
+class FirstPaintReporter final : public QObject {
+public:
+    explicit FirstPaintReporter(QWidget &window, double simulationMilliseconds = 0)
+        : m_simulationMilliseconds(simulationMilliseconds) {
+        window.installEventFilter(this);
+    }
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override {
+        if (event->type() == QEvent::Paint && !m_hasPainted) {
+            m_hasPainted = true;
+            QTimer::singleShot(0, [this] {
+                std::printf("painted %f %f\n", peakMegabytes(), m_simulationMilliseconds);
+                std::fflush(stdout);
+                QCoreApplication::exit(0);
+            });
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    double m_simulationMilliseconds;
+    bool m_hasPainted = false;
+};
+
+// The whole window as the program starts it, over a simulated session: 1000 installed
+// applications that the catalog has yet to load, 30 running ones.
+int paintWholeWindow() {
+    QuelloryApp::useDesktopIcons(IconThemeProvider::desktopThemeName());
+    QElapsedTimer simulation;
+    simulation.start();
+    SimulatedSession session;
+    install(session);
+    for (int index = 0; index < runningCount; ++index)
+        session.launch(idOf(index * 31), nameOf(index * 31), 100 + index);
+    const double simulationMilliseconds = double(simulation.nsecsElapsed()) / 1e6;
+    FakeLoginItemService loginItems;
+    AppSettings settings(session.defaults, loginItems);
+    EventLoopScheduler scheduler;
+    AppsListActions actions(session.workspace, session.usage, session.bundles, scheduler,
+                            session.log);
+    FakeUpdater updater;
+    QuelloryApp app(ViewEnvironment{settings, session.monitor, session.catalog, session.usage,
+                                    session.icons, actions, session.bundles},
+                    session.workspace, scheduler, updater, false);
+    FirstPaintReporter reporter(app.mainWindow(), simulationMilliseconds);
+    app.start();
+    return QApplication::exec();
+}
+
+// A window with nothing in it, of the same size: what any Qt program pays to appear.
+int paintBareWindow() {
+    QWidget window;
+    window.resize(QuelloryApp::defaultSize);
+    FirstPaintReporter reporter(window);
+    window.show();
+    return QApplication::exec();
+}
+
+struct Start {
+    double milliseconds = -1;
+    double peakMegabytes = -1;
+};
+
+// Starts this program again to paint one kind of window; times it from the start of the
+// process to the report of its first paint.
+Start timeStart(const QString &kind) {
+    QProcess child;
+    QElapsedTimer timer;
+    timer.start();
+    child.start(QCoreApplication::applicationFilePath(), {firstPaintArgument, kind});
+    if (!child.waitForReadyRead(30000))
+        return {};
+    const double elapsed = double(timer.nsecsElapsed()) / 1e6;
+    const QList<QByteArray> fields = child.readLine().simplified().split(' ');
+    Start start;
+    if (fields.value(0) == "painted") {
+        start.milliseconds = elapsed - fields.value(2).toDouble();
+        start.peakMegabytes = fields.value(1).toDouble();
+    }
+    child.waitForFinished(30000);
+    return start;
+}
+
+void printStarts() {
+    std::vector<double> window, bare, windowMemory, bareMemory;
+    for (int round = 0; round < startRounds; ++round) {
+        const Start whole = timeStart(QStringLiteral("window"));
+        const Start plain = timeStart(QStringLiteral("bare"));
+        window.push_back(whole.milliseconds);
+        windowMemory.push_back(whole.peakMegabytes);
+        bare.push_back(plain.milliseconds);
+        bareMemory.push_back(plain.peakMegabytes);
+    }
+    BenchFigures::print("startup_to_first_paint_ms", BenchFigures::median(window), "ms");
+    BenchFigures::print("bare_qt_first_paint_ms", BenchFigures::median(bare), "ms");
+    BenchFigures::print("startup_peak_memory_mb", BenchFigures::median(windowMemory), "MB");
+    BenchFigures::print("bare_qt_peak_memory_mb", BenchFigures::median(bareMemory), "MB");
+}
+
 } // namespace
 
 int main(int argc, char *argv[]) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
+    if (argc == 3 && argv[1] == firstPaintArgument)
+        return argv[2] == QStringLiteral("window") ? paintWholeWindow() : paintBareWindow();
 
     SimulatedSession session;
-    for (int index = 0; index < installedCount; ++index)
-        session.install(idOf(index), nameOf(index), index % 40 == 0);
+    install(session);
     if (!session.loadCatalog())
         return 1;
     // Every row finds its icon cached, as after the catalog's prefetch.
@@ -64,7 +209,7 @@ int main(int argc, char *argv[]) {
     QCoreApplication::processEvents();
     std::vector<std::shared_ptr<FakeRunningApplication>> running;
     for (int index = 0; index < runningCount; ++index)
-        running.push_back(session.launch(idOf(index * 97), nameOf(index * 97), 100 + index));
+        running.push_back(session.launch(idOf(index * 31), nameOf(index * 31), 100 + index));
 
     AppsListActions actions(session.workspace, session.usage, session.bundles, session.time,
                             session.log);
@@ -77,6 +222,7 @@ int main(int argc, char *argv[]) {
     QCoreApplication::processEvents();
 
     std::vector<double> baseline;
+    std::vector<double> compose;
     std::vector<double> typeOneChar;
     std::vector<double> clearSearch;
     std::vector<double> appEnds;
@@ -84,6 +230,10 @@ int main(int argc, char *argv[]) {
     qint32 nextPid = 1000;
     for (int round = 0; round < rounds; ++round) {
         baseline.push_back(timeRepaintAfter(view, [] {}));
+        for (const QString &text : typed)
+            compose.push_back(timeComposing([&] { view.setSearchText(text); }));
+        view.setSearchText(QString());
+        view.repaint();
         for (const QString &text : typed)
             typeOneChar.push_back(timeRepaintAfter(view, [&] { view.setSearchText(text); }));
         clearSearch.push_back(timeRepaintAfter(view, [&] { view.setSearchText(QString()); }));
@@ -102,9 +252,11 @@ int main(int argc, char *argv[]) {
     }
 
     BenchFigures::print("baseline_repaint_ms", BenchFigures::median(baseline), "ms");
-    BenchFigures::print("type_one_char_ms", BenchFigures::median(typeOneChar), "ms");
+    BenchFigures::print("compose_ms", BenchFigures::median(compose), "ms");
+    BenchFigures::print("keystroke_to_paint_ms", BenchFigures::median(typeOneChar), "ms");
     BenchFigures::print("clear_search_ms", BenchFigures::median(clearSearch), "ms");
     BenchFigures::print("update_one_running_app_ms", BenchFigures::median(appEnds), "ms");
     BenchFigures::print("launch_one_app_ms", BenchFigures::median(appStarts), "ms");
+    printStarts();
     return 0;
 }

@@ -5,6 +5,7 @@
 #include "views/ViewEnvironment.h"
 
 #include <QApplication>
+#include <QIcon>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QTimer>
@@ -20,6 +21,14 @@ QuelloryApp::QuelloryApp(const ViewEnvironment &environment, Workspace &workspac
     m_window.setCentralWidget(new MainView(environment, &m_window));
     m_window.resize(defaultSize);
     addApplicationMenu();
+}
+
+void QuelloryApp::useDesktopIcons(const QString &desktopThemeName) {
+    if (QIcon::themeName().isEmpty())
+        QIcon::setThemeName(desktopThemeName);
+    QIcon::setFallbackThemeName(QStringLiteral("Adwaita"));
+    // The program's own picture: asking the theme first would walk all of it at every start.
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/app.quellory.Quellory.svg")));
 }
 
 // Desktops with a global menu show it in their top bar; elsewhere it is the window's menu bar.

@@ -21,6 +21,10 @@ public:
     QuelloryApp(const ViewEnvironment &environment, Workspace &workspace, Scheduler &scheduler,
                 Updater &updater, bool menuDrawnByDesktop, QObject *parent = nullptr);
 
+    // Qt's own icon lookups (the toolbar's gear) follow the desktop's theme, as the program's own
+    // do. Called once, before any window.
+    static void useDesktopIcons(const QString &desktopThemeName);
+
     AppDelegate &appDelegate() { return m_appDelegate; }
     QMainWindow &mainWindow() { return m_window; }
 

@@ -21,7 +21,6 @@
 #include "views/ViewEnvironment.h"
 
 #include <QApplication>
-#include <QIcon>
 #include <QThreadPool>
 
 int main(int argc, char **argv) {
@@ -29,12 +28,7 @@ int main(int argc, char **argv) {
     QApplication::setApplicationName(QStringLiteral("Quellory"));
     QApplication::setApplicationVersion(QStringLiteral(QUELLORY_VERSION));
     QApplication::setDesktopFileName(AppCatalog::builtInBundleIdentifier);
-    // Qt's own icon lookup (the toolbar's gear) follows the desktop's theme, as ours does.
-    if (QIcon::themeName().isEmpty())
-        QIcon::setThemeName(IconThemeProvider::desktopThemeName());
-    QIcon::setFallbackThemeName(QStringLiteral("Adwaita"));
-    QApplication::setWindowIcon(QIcon::fromTheme(
-        AppCatalog::builtInBundleIdentifier, QIcon(QStringLiteral(":/app.quellory.Quellory.svg"))));
+    QuelloryApp::useDesktopIcons(IconThemeProvider::desktopThemeName());
     // The program's windows stay when the last one is hidden: it lives on in the tray.
     QApplication::setQuitOnLastWindowClosed(false);
 

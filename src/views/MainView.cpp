@@ -64,7 +64,13 @@ QWidget *MainView::makeToolbar() {
     toolbar->setBackgroundRole(QPalette::Window);
     m_search->setPlaceholderText(tr("Search apps"));
     m_search->setAccessibleName(tr("Search apps"));
-    m_search->setClearButtonEnabled(true);
+    // The clear button shows only over text, and setting it up looks its icon up in the theme:
+    // that waits for the first text rather than holding up the window's first paint.
+    auto *const enableClearButton = new QObject(m_search);
+    connect(m_search, &QLineEdit::textChanged, enableClearButton, [this, enableClearButton] {
+        m_search->setClearButtonEnabled(true);
+        enableClearButton->deleteLater();
+    });
     auto *find = new QShortcut(QKeySequence::Find, this);
     connect(find, &QShortcut::activated, m_search, [this] {
         m_search->setFocus(Qt::ShortcutFocusReason);
