@@ -69,6 +69,9 @@ QWidget *MainView::makeToolbar() {
     auto *const enableClearButton = new QObject(m_search);
     connect(m_search, &QLineEdit::textChanged, enableClearButton, [this, enableClearButton] {
         m_search->setClearButtonEnabled(true);
+        // Qt's button has a picture and no name; a screen reader would read nothing.
+        for (QToolButton *button : m_search->findChildren<QToolButton *>())
+            button->setAccessibleName(tr("Clear search"));
         enableClearButton->deleteLater();
     });
     auto *find = new QShortcut(QKeySequence::Find, this);
