@@ -39,6 +39,8 @@ public:
     }
     // Runs what is due now, including what that posts for now.
     void runPending() { advance(0); }
+    // Tasks posted and not yet run, however far ahead.
+    int pendingCount() const { return int(m_tasks.size()); }
 
 private:
     QDateTime m_now{QDate(2026, 11, 23), QTime(9, 0), QTimeZone::utc()};

@@ -12,40 +12,32 @@
 
 namespace {
 
-const QString appID = QStringLiteral("app.quellory.Quellory");
+const QString appID = "app.quellory.Quellory";
 const QList<int> iconSizes{16, 24, 32, 48, 64, 128, 256};
 
 QString pngIcon(int size) {
-    return QStringLiteral("share/icons/hicolor/%1x%1/apps/%2.png").arg(size).arg(appID);
+    return QString("share/icons/hicolor/%1x%1/apps/%2.png").arg(size).arg(appID);
 }
 
 // Everything a package of the program holds, relative to its prefix.
 QStringList expectedFiles() {
-    QStringList files{QStringLiteral("bin/quellory"), "share/applications/" + appID + ".desktop",
+    QStringList files{"bin/quellory", "share/applications/" + appID + ".desktop",
                       "share/metainfo/" + appID + ".metainfo.xml",
                       "share/icons/hicolor/scalable/apps/" + appID + ".svg",
-                      QStringLiteral("share/doc/quellory/copyright")};
+                      "share/doc/quellory/copyright"};
     for (const int size : iconSizes)
         files << pngIcon(size);
     files.sort();
     return files;
 }
 
-QString readFile(const QString &path) {
+// The first match of the pattern's group in the file.
+QString readFrom(const QString &path, const QString &pattern) {
     QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
-}
-
-// The value of a key in the desktop entry's main group.
-QString desktopValue(const QString &entry, const QString &key) {
-    const QRegularExpression line(QStringLiteral("^%1=(.*)$").arg(key),
-                                  QRegularExpression::MultilineOption);
-    return line.match(entry).captured(1);
-}
-
-QString xmlElement(const QString &xml, const QString &element) {
-    const QRegularExpression pattern(QStringLiteral("<%1[^>]*>([^<]*)</%1>").arg(element));
-    return pattern.match(xml).captured(1).trimmed();
+    const QRegularExpression expression(pattern, QRegularExpression::MultilineOption);
+    return file.open(QIODevice::ReadOnly)
+               ? expression.match(QString::fromUtf8(file.readAll())).captured(1).trimmed()
+               : QString();
 }
 
 // Runs a program to its end: whether it succeeded, and its output with its errors for the report.
@@ -75,17 +67,15 @@ class TestInstallation : public QObject {
 private slots:
     void initTestCase() {
         QVERIFY(m_root.isValid());
-        m_prefix = m_root.path() + QStringLiteral("/usr");
+        m_prefix = m_root.path() + "/usr";
         // The tests' own build folder sits one level below the project's.
         const QString buildDir =
-            QDir::cleanPath(qEnvironmentVariable("QUELLORY_TEST_BIN_DIR") + QStringLiteral("/.."));
-        QVERIFY(QFileInfo::exists(buildDir + QStringLiteral("/CMakeCache.txt")));
+            QDir::cleanPath(qEnvironmentVariable("QUELLORY_TEST_BIN_DIR") + "/..");
+        QVERIFY(QFileInfo::exists(buildDir + "/CMakeCache.txt"));
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("DESTDIR"), m_root.path());
-        const auto [ok, report] = run(QStringLiteral("cmake"),
-                                      {QStringLiteral("--install"), buildDir,
-                                       QStringLiteral("--prefix"), QStringLiteral("/usr")},
-                                      environment);
+        environment.insert("DESTDIR", m_root.path());
+        const auto [ok, report] =
+            run("cmake", {"--install", buildDir, "--prefix", "/usr"}, environment);
         QVERIFY2(ok, report.constData());
     }
 
@@ -124,28 +114,22 @@ private slots:
 
     // The launcher, the software centre and the shell find the program through these names.
     void desktopEntryAndMetainfoNameTheInstalledFiles() {
-        const QString entry = readFile(installed("share/applications/" + appID + ".desktop"));
-        const QString metainfo = readFile(installed("share/metainfo/" + appID + ".metainfo.xml"));
-        QVERIFY(!entry.isEmpty());
-        QVERIFY(!metainfo.isEmpty());
-
-        const QString exec = desktopValue(entry, QStringLiteral("Exec"));
-        QCOMPARE(exec, QStringLiteral("quellory"));
-        QVERIFY(QFileInfo(installed("bin/" + exec)).isExecutable());
-        QCOMPARE(desktopValue(entry, QStringLiteral("Icon")), appID);
-        QCOMPARE(xmlElement(metainfo, QStringLiteral("id")), appID);
-        QCOMPARE(xmlElement(metainfo, QStringLiteral("binary")), exec);
+        const QString entry = installed("share/applications/" + appID + ".desktop");
+        const QString metainfo = installed("share/metainfo/" + appID + ".metainfo.xml");
+        QCOMPARE(readFrom(entry, "^Exec=(.*)$"), "quellory");
+        QVERIFY(QFileInfo(installed("bin/quellory")).isExecutable());
+        QCOMPARE(readFrom(entry, "^Icon=(.*)$"), appID);
+        QCOMPARE(readFrom(metainfo, "<id>([^<]*)</id>"), appID);
+        QCOMPARE(readFrom(metainfo, "<binary>([^<]*)</binary>"), "quellory");
     }
 
     // Software centres read the installed tree as a whole: the metainfo with the desktop entry
     // it launches.
     void appstreamAcceptsTheInstalledTree() {
         const auto [valid, report] =
-            run(QStringLiteral("appstreamcli"),
-                {QStringLiteral("validate-tree"), QStringLiteral("--no-net"), m_root.path()});
+            run("appstreamcli", {"validate-tree", "--no-net", m_root.path()});
         QVERIFY2(valid, report.constData());
-        const QRegularExpression remark(QStringLiteral("^\\s*[EWI]: "),
-                                        QRegularExpression::MultilineOption);
+        const QRegularExpression remark("^\\s*[EWI]: ", QRegularExpression::MultilineOption);
         QVERIFY2(!remark.match(QString::fromUtf8(report)).hasMatch(), report.constData());
     }
 };

@@ -37,7 +37,9 @@ private:
         out.write("[Desktop Entry]\nType=Application\n" + contents);
     }
     DesktopEntryIndex index() const {
-        return DesktopEntryIndex({{folder("user"), false}, {folder("system"), true}});
+        DesktopEntryIndex entries({{folder("user"), false}, {folder("system"), true}});
+        entries.refreshIfChanged();
+        return entries;
     }
 
 private slots:
@@ -61,79 +63,60 @@ private slots:
         QTest::addColumn<QString>("id");
         QTest::addColumn<QString>("name");
         QTest::addColumn<Rule>("rule");
+        const auto row = [](const char *title, const QList<ClientWindow> &windows,
+                            const ProcessFacts &facts, const char *id, const char *name,
+                            Rule rule) {
+            QTest::newRow(title) << windows << facts << id << name << rule;
+        };
         const ProcessFacts none;
-        ProcessFacts inSandbox;
+        ProcessFacts inSandbox, inUnit, launched, runsViewer;
         inSandbox.sandboxId = "org.gimp.GIMP";
-        ProcessFacts inUnit;
         inUnit.unitId = "player";
-        ProcessFacts launched;
         launched.launchedDesktopFile = m_root.filePath("user/tools/calc.desktop");
-        ProcessFacts runsViewer;
         runsViewer.program = "viewer";
-
-        QTest::newRow("StartupWMClass before the stated id")
-            << QList{window("term", "Term", "org.example.Editor")} << none << "org.example.Term"
-            << "My Terminal" << Rule::startupWMClass;
-        QTest::newRow("GTK application id")
-            << QList{window("editor", "Editor", "org.example.Editor")} << none
-            << "org.example.Editor"
-            << "Editor" << Rule::statedId;
-        QTest::newRow("another window of the process states it")
-            << QList{window("splash", "Splash"), window("editor", "Editor", "org.example.Editor")}
-            << none << "org.example.Editor"
-            << "Editor" << Rule::statedId;
-        QTest::newRow("sandbox id before the window class")
-            << QList{window("player", "Player")} << inSandbox << "org.gimp.GIMP"
-            << "GIMP" << Rule::sandboxId;
-        QTest::newRow("class as an ID, exactly")
-            << QList{window("player", "Player")} << none << "player"
-            << "Player" << Rule::wmClassAsId;
-        QTest::newRow("class as an ID, lower-cased with dashes")
-            << QList{window("Google Chrome", "Google Chrome")} << none << "google-chrome"
-            << "Chrome" << Rule::wmClassAsId;
-        QTest::newRow("the desktop's unit")
-            << QList{window("mplayer", "MPlayer")} << inUnit << "player"
-            << "Player" << Rule::launchRecord;
-        QTest::newRow("GIO's launch record of an entry in a subfolder")
-            << QList{window("xcalc", "XCalc")} << launched << "tools-calc"
-            << "Calculator" << Rule::launchRecord;
-        QTest::newRow("the Exec program, quoted with a blank")
-            << QList{window("v", "V")} << runsViewer << "viewer"
-            << "Viewer" << Rule::commandLine;
-        QTest::newRow("nothing: the window's class")
-            << QList{window("xlogo", "XLogo")} << none << "XLogo"
-            << "XLogo" << Rule::windowClass;
+        const ClientWindow editor = window("editor", "Editor", "org.example.Editor");
+        const ClientWindow player = window("player", "Player");
+        row("StartupWMClass before the stated id", {window("term", "Term", "org.example.Editor")},
+            none, "org.example.Term", "My Terminal", Rule::startupWMClass);
+        row("GTK application id", {editor}, none, "org.example.Editor", "Editor", Rule::statedId);
+        row("another window of the process states it", {window("splash", "Splash"), editor}, none,
+            "org.example.Editor", "Editor", Rule::statedId);
+        row("sandbox id before the window class", {player}, inSandbox, "org.gimp.GIMP", "GIMP",
+            Rule::sandboxId);
+        row("class as an ID, exactly", {player}, none, "player", "Player", Rule::wmClassAsId);
+        row("class as an ID, lower-cased with dashes", {window("Google Chrome", "Google Chrome")},
+            none, "google-chrome", "Chrome", Rule::wmClassAsId);
+        row("the desktop's unit", {window("mplayer", "MPlayer")}, inUnit, "player", "Player",
+            Rule::launchRecord);
+        row("GIO's launch record of an entry in a subfolder", {window("xcalc", "XCalc")}, launched,
+            "tools-calc", "Calculator", Rule::launchRecord);
+        row("the Exec program, quoted with a blank", {window("v", "V")}, runsViewer, "viewer",
+            "Viewer", Rule::commandLine);
+        row("nothing: the window's class", {window("xlogo", "XLogo")}, none, "XLogo", "XLogo",
+            Rule::windowClass);
     }
     void usesTheStrongestEvidence() {
         QFETCH(QList<ClientWindow>, windows);
         QFETCH(ProcessFacts, facts);
-        QFETCH(QString, id);
-        QFETCH(QString, name);
         QFETCH(Rule, rule);
-        DesktopEntryIndex entries = index();
-        entries.refreshIfChanged();
-        const std::vector<ClientWindow> list(windows.begin(), windows.end());
-        const auto match = ApplicationMatcher(entries).match(list, facts);
-        QCOMPARE(match.bundleIdentifier, id);
-        QCOMPARE(match.name, name);
+        const auto match =
+            ApplicationMatcher(index()).match(std::vector(windows.begin(), windows.end()), facts);
+        QTEST(match.bundleIdentifier, "id");
+        QTEST(match.name, "name");
         QCOMPARE(match.rule, rule);
         QCOMPARE(match.path.has_value(), rule != Rule::windowClass);
     }
 
     void aWindowWithoutClassIsNamedAfterItsProgram() {
-        DesktopEntryIndex entries = index();
-        entries.refreshIfChanged();
         ProcessFacts facts;
         facts.program = "oddity";
-        const std::vector<ClientWindow> windows{window({}, {})};
-        const auto match = ApplicationMatcher(entries).match(windows, facts);
+        const auto match = ApplicationMatcher(index()).match(std::vector{window({}, {})}, facts);
         QCOMPARE(match.bundleIdentifier, "oddity");
         QCOMPARE(match.path, std::nullopt);
     }
 
     void indexFollowsNewEntries() {
         DesktopEntryIndex entries = index();
-        entries.refreshIfChanged();
         QVERIFY(!entries.byId("newcomer"));
         // Folder times have a coarse grain on some file systems.
         QTest::qWait(20);
@@ -152,8 +135,7 @@ private slots:
         QVERIFY(big.open(QIODevice::WriteOnly));
         QVERIFY(big.write(QByteArray("[Desktop Entry]\nName=Huge\n") + QByteArray(2 << 20, '#')));
         big.close();
-        DesktopEntryIndex entries = index();
-        entries.refreshIfChanged();
+        const DesktopEntryIndex entries = index();
         QVERIFY(!entries.byId("broken"));
         QVERIFY(!entries.byId("huge"));
         QCOMPARE(entries.byId("loop")->name, "Player");

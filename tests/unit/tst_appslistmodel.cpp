@@ -1,7 +1,4 @@
-#include "fakes/SimulatedSession.h"
-#include "views/AppsListActions.h"
-#include "views/AppsListFilter.h"
-#include "views/AppsListModel.h"
+#include "fakes/AppsListFixture.h"
 
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>
@@ -11,19 +8,11 @@
 namespace {
 
 using RowKind = AppsListModel::RowKind;
-using Policy = RunningApplication::ActivationPolicy;
-
-// The list over a session, as the main window builds it.
-struct List {
-    explicit List(SimulatedSession &session)
-        : actions(session.workspace, session.usage, session.bundles, session.time, session.log),
-          model(session.monitor, session.catalog, session.usage, actions, session.bundles),
-          filter(model) {}
-
-    AppsListActions actions;
-    AppsListModel model;
-    AppsListFilter filter;
-};
+using Kind = ListItem::Kind;
+const QString &editor = AppsListSession::editor;
+const QString &mail = AppsListSession::mail;
+const QString &notes = AppsListSession::notes;
+const QString &terminal = AppsListSession::terminal;
 
 // The rows as shown: headers marked with "#", items and the empty-list text by their text.
 QStringList shownRows(const AppsListFilter &filter) {
@@ -37,28 +26,22 @@ QStringList shownRows(const AppsListFilter &filter) {
     return rows;
 }
 
-QStringList modelKeys(const AppsListModel &model) {
-    QStringList keys;
+QStringList keys(const QAbstractItemModel &model) {
+    QStringList found;
     for (int row = 0; row < model.rowCount(); ++row)
-        keys << model.row(row).key;
-    return keys;
-}
-
-QStringList shownKeys(const AppsListFilter &filter) {
-    QStringList keys;
-    for (int row = 0; row < filter.rowCount(); ++row)
-        keys << filter.index(row, 0).data(AppsListModel::RowKeyRole).toString();
-    return keys;
+        found << model.index(row, 0).data(AppsListModel::RowKeyRole).toString();
+    return found;
 }
 
 } // namespace
 
+// The list's rows, as the search filters them and the checkboxes tick them.
 class AppsListModelTest : public QObject {
     Q_OBJECT
 
 private slots:
     void runningSectionLeavesOutWhatCannotBeQuitAndSortsByName() {
-        SimulatedSession session;
+        AppsListSession session;
         session.launch("org.example.Beta", "beta", 10);
         session.launch("org.example.Upper", "ALPHA", 11);
         session.launch("org.example.Lower", "alpha", 12);
@@ -66,14 +49,15 @@ private slots:
         session.launch("com.apple.finder", "Finder", 14);
         session.launch(AppCatalog::builtInBundleIdentifier, "Quellory", 15);
         session.launch("org.example.Unnamed", std::nullopt, 16);
-        auto helper = FakeRunningApplication::make("org.example.Helper", 17, Policy::Accessory);
+        auto helper = FakeRunningApplication::make("org.example.Helper", 17,
+                                                   RunningApplication::ActivationPolicy::Accessory);
         helper->name = "Helper";
         session.workspace.launch(helper);
-        List list(session);
+        AppsListRows rows(session);
 
         // Without a name an application goes by its identifier, sorted as the empty text; names
         // equal but for case keep the workspace's order.
-        QCOMPARE(shownRows(list.filter),
+        QCOMPARE(shownRows(rows.filter),
                  (QStringList{"# Running", "org.example.Unnamed", "ALPHA", "alpha", "beta"}));
     }
 
@@ -82,11 +66,11 @@ private slots:
         QTest::addColumn<QString>("platformPath");
         QTest::addColumn<QString>("handlePath");
         QTest::addColumn<QVariant>("iconPath");
+        const QString elsewhere = "/opt/Mail.desktop";
         QTest::newRow("catalogued")
-            << true << "/opt/Mail.desktop"
-            << "/handle/Mail" << QVariant(SimulatedSession::pathOf("org.example.Mail"));
-        QTest::newRow("installed elsewhere") << false << "/opt/Mail.desktop"
-                                             << "/handle/Mail" << QVariant("/opt/Mail.desktop");
+            << true << elsewhere << "/handle/Mail" << QVariant(SimulatedSession::pathOf(mail));
+        QTest::newRow("installed elsewhere")
+            << false << elsewhere << "/handle/Mail" << QVariant(elsewhere);
         QTest::newRow("only the handle knows") << false << ""
                                                << "/handle/Mail" << QVariant("/handle/Mail");
         QTest::newRow("nowhere") << false << ""
@@ -96,25 +80,24 @@ private slots:
         QFETCH(bool, isCatalogued);
         QFETCH(QString, platformPath);
         QFETCH(QString, handlePath);
-        QFETCH(QVariant, iconPath);
-        SimulatedSession session;
+        AppsListSession session;
         if (isCatalogued)
-            session.install("org.example.Mail", "Mail");
+            session.install(mail, "Mail");
         if (!platformPath.isEmpty())
-            session.bundles.installedPaths.insert("org.example.Mail", platformPath);
+            session.bundles.installedPaths.insert(mail, platformPath);
         QVERIFY(session.loadCatalog());
-        const auto mail = FakeRunningApplication::make("org.example.Mail", 10);
+        const auto application = FakeRunningApplication::make(mail, 10);
         if (!handlePath.isEmpty())
-            mail->path = handlePath;
-        session.workspace.launch(mail);
-        List list(session);
+            application->path = handlePath;
+        session.workspace.launch(application);
+        AppsListRows rows(session);
 
-        QCOMPARE(shownRows(list.filter), (QStringList{"# Running", "org.example.Mail"}));
-        QCOMPARE(list.filter.index(1, 0).data(AppsListModel::IconPathRole), iconPath);
+        QCOMPARE(shownRows(rows.filter), (QStringList{"# Running", mail}));
+        QTEST(rows.filter.index(1, 0).data(AppsListModel::IconPathRole), "iconPath");
     }
 
     void installedSectionRanksByUseAndLeavesOutRunningApps() {
-        SimulatedSession session;
+        AppsListSession session;
         session.install("org.example.Atlas", "Atlas");
         session.install("org.example.Board", "Board");
         session.install("org.example.Calc", "Calc", true);
@@ -122,22 +105,19 @@ private slots:
         QVERIFY(session.loadCatalog());
         session.usage.recordLaunch("org.example.Draw");
         session.launch("org.example.Board", "Board", 10);
-        List list(session);
-        QAbstractItemModelTester tester(&list.model);
-        QSignalSpy resets(&list.model, &QAbstractItemModel::modelReset);
-        QSignalSpy moves(&list.model, &QAbstractItemModel::rowsMoved);
-        QCOMPARE(shownRows(list.filter),
+        AppsListRows rows(session);
+        QAbstractItemModelTester tester(&rows.model);
+        QSignalSpy resets(&rows.model, &QAbstractItemModel::modelReset);
+        QSignalSpy moves(&rows.model, &QAbstractItemModel::rowsMoved);
+        QCOMPARE(shownRows(rows.filter),
                  (QStringList{"# Running", "Board", "# Not Running", "Draw", "Atlas", "Calc"}));
-        const QPersistentModelIndex atlas = list.filter.index(4, 0);
+        const QPersistentModelIndex atlas = rows.filter.index(4, 0);
 
         // Two launches outweigh one; the utility stays last however much it is used.
-        session.usage.recordLaunch("org.example.Atlas");
-        session.usage.recordLaunch("org.example.Atlas");
-        session.usage.recordLaunch("org.example.Calc");
-        session.usage.recordLaunch("org.example.Calc");
-        session.usage.recordLaunch("org.example.Calc");
+        for (const char *id : {"Atlas", "Atlas", "Calc", "Calc", "Calc"})
+            session.usage.recordLaunch(QStringLiteral("org.example.") + id);
 
-        QCOMPARE(shownRows(list.filter),
+        QCOMPARE(shownRows(rows.filter),
                  (QStringList{"# Running", "Board", "# Not Running", "Atlas", "Draw", "Calc"}));
         QCOMPARE(atlas.row(), 3);
         QCOMPARE(atlas.data().toString(), "Atlas");
@@ -149,49 +129,35 @@ private slots:
         QTest::addColumn<bool>("hasApps");
         QTest::addColumn<QString>("searchText");
         QTest::addColumn<QStringList>("rows");
-        QTest::newRow("no search")
-            << true << ""
-            << QStringList{"# Running", "Mail", "Terminal", "# Not Running", "Editor", "Notes"};
+        const auto row = [](const char *name, bool hasApps, const QString &text,
+                            const QStringList &rows) {
+            QTest::newRow(name) << hasApps << text << rows;
+        };
         // The running Mail stays out of "Not Running" although the search hides it above.
-        QTest::newRow("trimmed, any case") << true << "  mAI \n"
-                                           << QStringList{"# Running", "Mail"};
-        QTest::newRow("both sections")
-            << true << "e"
-            << QStringList{"# Running", "Terminal", "# Not Running", "Editor", "Notes"};
-        QTest::newRow("one section") << true << "not" << QStringList{"# Not Running", "Notes"};
-        QTest::newRow("identifiers are not searched")
-            << true << "example" << QStringList{"No results for \"example\""};
-        QTest::newRow("no match quotes the text as typed")
-            << true << " zz " << QStringList{"No results for \" zz \""};
-        QTest::newRow("nothing at all") << false << "" << QStringList{"No apps found"};
-        QTest::newRow("nothing at all, searched")
-            << false << "x" << QStringList{"No results for \"x\""};
+        row("trimmed, any case", true, "  mAI \n", {"# Running", "Mail"});
+        row("both sections", true, "e",
+            {"# Running", "Terminal", "# Not Running", "Editor", "Notes"});
+        row("one section", true, "not", {"# Not Running", "Notes"});
+        row("identifiers are not searched", true, "example", {"No results for \"example\""});
+        row("no match quotes the text as typed", true, " zz ", {"No results for \" zz \""});
+        row("nothing at all", false, "", {"No apps found"});
+        row("nothing at all, searched", false, "x", {"No results for \"x\""});
     }
     void searchFiltersBothSectionsByName() {
         QFETCH(bool, hasApps);
         QFETCH(QString, searchText);
-        QFETCH(QStringList, rows);
-        SimulatedSession session;
-        if (hasApps) {
-            session.install("org.example.Editor", "Editor");
-            session.install("org.example.Mail", "Mail");
-            session.install("org.example.Notes", "Notes");
-        }
-        QVERIFY(session.loadCatalog());
-        if (hasApps) {
-            session.launch("org.example.Mail", "Mail", 10);
-            session.launch("org.example.Terminal", "Terminal", 11);
-        }
-        List list(session);
-        QAbstractItemModelTester tester(&list.filter);
-        QSignalSpy resets(&list.filter, &QAbstractItemModel::modelReset);
+        AppsListSession session;
+        QVERIFY(hasApps ? session.start() : session.loadCatalog());
+        AppsListRows rows(session);
+        QAbstractItemModelTester tester(&rows.filter);
+        QSignalSpy resets(&rows.filter, &QAbstractItemModel::modelReset);
 
-        list.filter.setSearchText(searchText);
+        rows.filter.setSearchText(searchText);
 
-        QCOMPARE(shownRows(list.filter), rows);
+        QTEST(shownRows(rows.filter), "rows");
         QCOMPARE(resets.size(), 0);
-        list.filter.setSearchText(QString());
-        QCOMPARE(shownRows(list.filter).size(), hasApps ? 6 : 1);
+        rows.filter.setSearchText(QString());
+        QCOMPARE(shownRows(rows.filter).size(), hasApps ? 6 : 1);
     }
 
     // Whatever happens, and in whatever order, the rows changed one by one end up as the rows
@@ -207,93 +173,160 @@ private slots:
         const auto pick = [&random](qsizetype count) {
             return std::uniform_int_distribution<qsizetype>(0, count - 1)(random);
         };
+        const auto app = [](qsizetype i) { return QStringLiteral("org.example.App%1").arg(i); };
         const QStringList words{"Atlas", "board", "Cello", "atlas", "Draw", "echo",  "Fern",
                                 "grain", "Harp",  "iris",  "Jade",  "kilo", "Lumen", "mono"};
-        SimulatedSession session;
+        AppsListSession session;
         for (int i = 0; i < 40; ++i)
-            session.install(QStringLiteral("org.example.App%1").arg(i),
-                            words[i % words.size()] + ' ' + words[(i * 7) % words.size()],
+            session.install(app(i), words[i % words.size()] + ' ' + words[(i * 7) % words.size()],
                             i % 9 == 0);
         QVERIFY(session.loadCatalog());
-        List list(session);
-        QAbstractItemModelTester modelTester(&list.model);
-        QAbstractItemModelTester filterTester(&list.filter);
-        QSignalSpy resets(&list.model, &QAbstractItemModel::modelReset);
-        QSignalSpy filterResets(&list.filter, &QAbstractItemModel::modelReset);
+        AppsListRows rows(session);
+        QAbstractItemModelTester modelTester(&rows.model);
+        QAbstractItemModelTester filterTester(&rows.filter);
+        QSignalSpy resets(&rows.model, &QAbstractItemModel::modelReset);
+        QSignalSpy filterResets(&rows.filter, &QAbstractItemModel::modelReset);
         QList<std::shared_ptr<FakeRunningApplication>> running;
         qint32 nextPid = 100;
 
         for (int step = 0; step < 150; ++step) {
             switch (pick(5)) {
-            case 0: {
-                // Some run from the catalog, some are not installed, some twice.
-                const QString id = QStringLiteral("org.example.App%1").arg(pick(50));
-                running << session.launch(id, words[pick(words.size())], nextPid++);
+            case 0: // some run from the catalog, some are not installed, some twice
+                running << session.launch(app(pick(50)), words[pick(words.size())], nextPid++);
                 break;
-            }
             case 1:
                 if (!running.isEmpty())
                     session.end(running.takeAt(pick(running.size())));
                 break;
             case 2:
-                session.usage.recordLaunch(QStringLiteral("org.example.App%1").arg(pick(40)));
+                session.usage.recordLaunch(app(pick(40)));
                 break;
             case 3:
-                list.filter.setSearchText(
+                rows.filter.setSearchText(
                     QStringList{"", "a", " e", "ar", "zz", "o ", "ATLAS"}[pick(7)]);
                 break;
             case 4: {
                 // A row the view holds on to stays on the same application.
-                if (list.filter.rowCount() == 0)
+                if (rows.filter.rowCount() == 0)
                     break;
                 const QPersistentModelIndex held =
-                    list.filter.index(int(pick(list.filter.rowCount())), 0);
+                    rows.filter.index(int(pick(rows.filter.rowCount())), 0);
                 const QString key = held.data(AppsListModel::RowKeyRole).toString();
-                session.usage.recordLaunch(QStringLiteral("org.example.App%1").arg(pick(40)));
+                session.usage.recordLaunch(app(pick(40)));
                 if (held.isValid())
                     QCOMPARE(held.data(AppsListModel::RowKeyRole).toString(), key);
                 break;
             }
             }
-            List fresh(session);
-            fresh.filter.setSearchText(list.filter.searchText());
-            QCOMPARE(modelKeys(list.model), modelKeys(fresh.model));
-            QCOMPARE(shownKeys(list.filter), shownKeys(fresh.filter));
-            QCOMPARE(shownRows(list.filter), shownRows(fresh.filter));
+            AppsListRows fresh(session);
+            fresh.filter.setSearchText(rows.filter.searchText());
+            QCOMPARE(keys(rows.model), keys(fresh.model));
+            QCOMPARE(keys(rows.filter), keys(fresh.filter));
+            QCOMPARE(shownRows(rows.filter), shownRows(fresh.filter));
         }
         QCOMPARE(resets.size(), 0);
         QCOMPARE(filterResets.size(), 0);
     }
 
     void selectionAndBusyMarksChangeOnlyTheirRows() {
-        SimulatedSession session;
-        session.install("org.example.Notes", "Notes");
+        AppsListSession session;
+        session.install(notes, "Notes");
         QVERIFY(session.loadCatalog());
-        session.launch("org.example.Mail", "Mail", 10);
-        session.launch("org.example.Mail", "Mail", 11);
-        session.launch("org.example.Terminal", "Terminal", 12);
-        List list(session);
-        QSignalSpy changes(&list.model, &QAbstractItemModel::dataChanged);
+        session.launch(mail, "Mail", 10);
+        session.launch(mail, "Mail", 11);
+        session.launch(terminal, "Terminal", 12);
+        AppsListRows rows(session);
+        QSignalSpy changes(&rows.model, &QAbstractItemModel::dataChanged);
         const auto changedRows = [&changes] {
-            QList<int> rows;
+            QList<int> changed;
             for (const QList<QVariant> &change : std::as_const(changes))
-                rows << change.at(0).toModelIndex().row();
+                changed << change.at(0).toModelIndex().row();
             changes.clear();
-            std::sort(rows.begin(), rows.end());
-            return rows;
+            std::sort(changed.begin(), changed.end());
+            return changed;
         };
 
-        list.actions.setSelectedIDs({"org.example.Mail", "org.example.Notes"});
+        session.actions.setSelectedIDs({mail, notes});
         QCOMPARE(changedRows(), (QList{1, 2, 5}));
-        QCOMPARE(list.filter.index(1, 0).data(AppsListModel::IsSelectedRole), true);
-        QCOMPARE(list.filter.index(3, 0).data(AppsListModel::IsSelectedRole), false);
+        QCOMPARE(rows.filter.index(1, 0).data(AppsListModel::IsSelectedRole), true);
+        QCOMPARE(rows.filter.index(3, 0).data(AppsListModel::IsSelectedRole), false);
 
-        list.actions.setSelectedIDs({"org.example.Notes", "org.example.Terminal"});
+        session.actions.setSelectedIDs({notes, terminal});
         QCOMPARE(changedRows(), (QList{1, 2, 3}));
 
-        list.actions.quitApp("org.example.Terminal", nullptr);
+        session.actions.quitApp(terminal, nullptr);
         QCOMPARE(changedRows(), QList{3});
-        QCOMPARE(list.filter.index(3, 0).data(AppsListModel::IsBusyRole), true);
+        QCOMPARE(rows.filter.index(3, 0).data(AppsListModel::IsBusyRole), true);
+    }
+
+    void selectionBarTexts_data() {
+        QTest::addColumn<int>("openCount");
+        QTest::addColumn<int>("quitCount");
+        QTest::addColumn<QString>("summary");
+        QTest::addColumn<QString>("title");
+        QTest::newRow("one running") << 0 << 1 << "1 selected to quit"
+                                     << "Quit 1 App";
+        QTest::newRow("running only") << 0 << 3 << "3 selected to quit"
+                                      << "Quit 3 Apps";
+        QTest::newRow("one installed") << 1 << 0 << "1 selected to open"
+                                       << "Open 1 App";
+        QTest::newRow("both") << 2 << 1 << "3 selected"
+                              << "Open 2 Apps & Quit 1 App";
+        QTest::newRow("all hidden") << 0 << 0 << "0 selected to quit"
+                                    << "Apply";
+    }
+    void selectionBarTexts() {
+        QFETCH(int, openCount);
+        QFETCH(int, quitCount);
+        QTEST(AppsListSelection::selectionSummary(openCount, quitCount), "summary");
+        QTEST(AppsListSelection::actionButtonTitle(openCount, quitCount), "title");
+    }
+
+    void selectionCountsLeaveOutWhatTheSearchHides() {
+        AppsListSession session;
+        QVERIFY(session.start());
+        AppsListRows rows(session);
+        for (const QString &id : {mail, terminal, editor})
+            rows.selection.toggleSelection(id, true);
+        const auto counts = [&rows] {
+            return QList{rows.selection.openCount(), rows.selection.quitCount()};
+        };
+        QCOMPARE(counts(), (QList{1, 2}));
+        rows.filter.setSearchText("  ter");
+        QCOMPARE(counts(), (QList{0, 1}));
+        rows.filter.setSearchText("edit");
+        QCOMPARE(counts(), (QList{1, 0}));
+        rows.selection.toggleSelection(editor, false);
+        QCOMPARE(counts(), (QList{0, 0}));
+        QCOMPARE(session.actions.selectedIDs(), (QSet{mail, terminal}));
+    }
+
+    // The selection is pruned when the running applications change, not when the search does.
+    void pruningKeepsOnlyWhatStillShows_data() {
+        QTest::addColumn<QString>("ending");
+        QTest::addColumn<QString>("searchText");
+        QTest::addColumn<QSet<QString>>("selectedAfter");
+        QTest::newRow("quit, now under Not Running") << mail << "" << QSet{mail, terminal, notes};
+        QTest::newRow("quit, installed nowhere") << terminal << "" << QSet{mail, notes};
+        QTest::newRow("hidden by the search") << terminal << "ote" << QSet{notes};
+        QTest::newRow("hidden, nothing ended") << ""
+                                               << "ote" << QSet{mail, terminal, notes};
+    }
+    void pruningKeepsOnlyWhatStillShows() {
+        QFETCH(QString, ending);
+        QFETCH(QString, searchText);
+        AppsListSession session;
+        QVERIFY(session.start());
+        AppsListRows rows(session);
+        session.actions.setSelectedIDs({mail, terminal, notes});
+        rows.filter.setSearchText(searchText);
+        QCOMPARE(session.actions.selectedIDs(), (QSet{mail, terminal, notes}));
+
+        if (!ending.isEmpty())
+            session.end(ending == mail ? session.mailApp : session.terminalApp);
+        session.usage.recordLaunch(editor); // a change that leaves the running set alone
+
+        QTEST(session.actions.selectedIDs(), "selectedAfter");
     }
 };
 

@@ -1,19 +1,26 @@
 #include "fakes/FakeIconProvider.h"
 #include "fakes/FakeRunningApplication.h"
 #include "models/IconCache.h"
+#include "views/AppListIcon.h"
 
 #include <algorithm>
+#include <QSignalSpy>
 #include <QTest>
 #include <QThreadPool>
 
 namespace {
 
+const QString editorPath = QStringLiteral("/apps/Editor.app");
+const QString mailPath = QStringLiteral("/apps/Mail.app");
+
 // A cache over the simulated icon service, in a pool of more threads than the prefetch may use,
-// so that a missing bound would show.
+// so that a missing bound would show, and the list's rows' icons over it.
 struct Fixture {
     FakeIconProvider provider;
     QThreadPool pool;
     IconCache cache{provider, pool};
+    AppListIcon icons{cache};
+    QSignalSpy arrivals{&icons, &AppListIcon::imageArrived};
 
     Fixture() { pool.setMaxThreadCount(16); }
     ~Fixture() {
@@ -36,6 +43,7 @@ struct Fixture {
 
 } // namespace
 
+// Icons looked up off the GUI thread and cached, and the rows that show them as they come.
 class IconCacheTest : public QObject {
     Q_OBJECT
 
@@ -110,7 +118,50 @@ private slots:
         QCOMPARE(f.provider.record().requested.size(), 100);
         QVERIFY(!f.provider.record().onGuiThread);
     }
+
+    void rowShowsThePlaceholderUntilTheIconArrivesThenKeepsIt() {
+        Fixture f;
+        QVERIFY(f.icons.image("row", editorPath, nullptr).isNull());
+        QTRY_COMPARE(f.arrivals.size(), 1);
+        QCOMPARE(f.arrivals.takeFirst().at(0).toString(), "row");
+        QVERIFY(Fixture::isIconOf(f.icons.image("row", editorPath, nullptr), editorPath));
+
+        // Another row of the same path finds it cached: no lookup, nothing to wait for.
+        QVERIFY(Fixture::isIconOf(f.icons.image("other row", editorPath, nullptr), editorPath));
+        QCOMPARE(f.provider.record().requested, QStringList{editorPath});
+        QTest::qWait(20);
+        QVERIFY(f.arrivals.isEmpty());
+    }
+
+    void aRunningApplicationsOwnIconStandsInWhileFetching() {
+        Fixture f;
+        const auto app = std::make_shared<FakeRunningApplication>(FakeIconProvider::iconFor("own"));
+        f.provider.hold(true);
+        QCOMPARE(f.icons.image("row", editorPath, app), FakeIconProvider::iconFor("own"));
+        f.provider.hold(false);
+        QTRY_VERIFY(Fixture::isIconOf(f.icons.image("row", editorPath, app), editorPath));
+    }
+
+    void aResultForAnEarlierPathOrAGoneRowIsDropped() {
+        Fixture f;
+        f.provider.hold(true);
+        f.icons.image("row", editorPath, nullptr);
+        f.icons.image("gone", mailPath, nullptr);
+        QTRY_COMPARE(f.provider.record().running, 2);
+        // The row shows another application now, the other row has left the list.
+        QVERIFY(f.icons.image("row", mailPath, nullptr).isNull());
+        f.icons.forget("gone");
+
+        f.provider.hold(false);
+        QTRY_VERIFY(Fixture::isIconOf(f.icons.image("row", mailPath, nullptr), mailPath));
+        QTRY_COMPARE(f.provider.record().requested.size(), 3);
+        QTest::qWait(20);
+        QVERIFY(Fixture::isIconOf(f.icons.image("row", mailPath, nullptr), mailPath));
+        QCOMPARE(f.arrivals.size(), 1);
+        // What was fetched is cached all the same.
+        QVERIFY(Fixture::isIconOf(f.cache.cachedIcon(editorPath), editorPath));
+    }
 };
 
-QTEST_GUILESS_MAIN(IconCacheTest)
+QTEST_MAIN(IconCacheTest)
 #include "tst_iconcache.moc"

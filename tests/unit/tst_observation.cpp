@@ -37,27 +37,6 @@ private slots:
         QCOMPARE(seen.size(), 2);
     }
 
-    void virtualTimeRunsTasksInTimeOrderWhileTheirTimerLasts() {
-        VirtualTime time;
-        QObject context;
-        QStringList log;
-        time.postDelayed(&context, 1.5, [&] { log << "delayed"; });
-        time.post(&context, [&] {
-            log << "posted";
-            time.post(&context, [&] { log << "posted from a task"; });
-        });
-        const auto timer = time.scheduleRepeating(&context, 1, [&] { log << "tick"; });
-        QVERIFY(log.isEmpty());
-
-        time.runPending();
-        QCOMPARE(log, (QStringList{"posted", "posted from a task"}));
-        time.advance(2);
-        QCOMPARE(log, (QStringList{"posted", "posted from a task", "tick", "delayed", "tick"}));
-        timer->invalidate();
-        time.advance(10);
-        QCOMPARE(log.size(), 5);
-    }
-
     void eventLoopSchedulerRunsOnALaterTurnUntilItsContextGoes() {
         EventLoopScheduler scheduler;
         auto *context = new QObject;

@@ -12,37 +12,39 @@ namespace {
 
 using Policy = RunningApplication::ActivationPolicy;
 
-// Virtual time that counts the tasks posted for a later turn, so that a test can tell that a
-// refresh scheduled nothing.
-class CountingScheduler final : public Scheduler {
+// Handles written as "identifier pid" with an optional policy ("accessory", "prohibited") and
+// "-" for no identifier. The same text is the same handle.
+class Handles {
 public:
-    explicit CountingScheduler(VirtualTime &time) : m_time(time) {}
-    int posted = 0;
-
-    void post(QObject *context, std::function<void()> task) override {
-        ++posted;
-        m_time.post(context, std::move(task));
-    }
-    void postDelayed(QObject *context, double seconds, std::function<void()> task) override {
-        m_time.postDelayed(context, seconds, std::move(task));
-    }
-    std::unique_ptr<RepeatingTimer> scheduleRepeating(QObject *context, double seconds,
-                                                      std::function<void()> task) override {
-        return m_time.scheduleRepeating(context, seconds, std::move(task));
+    QList<RunningApplicationPtr> operator()(const QStringList &specs) {
+        QList<RunningApplicationPtr> handles;
+        for (const QString &spec : specs) {
+            if (!m_made.contains(spec)) {
+                const QStringList parts = spec.split(' ');
+                const Policy policy = parts.value(2) == "accessory"    ? Policy::Accessory
+                                      : parts.value(2) == "prohibited" ? Policy::Prohibited
+                                                                       : Policy::Regular;
+                m_made.insert(spec, FakeRunningApplication::make(
+                                        parts[0] == "-" ? std::nullopt : std::optional(parts[0]),
+                                        parts[1].toInt(), policy));
+            }
+            handles.append(m_made.value(spec));
+        }
+        return handles;
     }
 
 private:
-    VirtualTime &m_time;
+    QHash<QString, RunningApplicationPtr> m_made;
 };
 
 struct Fixture {
     VirtualTime time;
-    CountingScheduler scheduler{time};
     MemoryDefaultsStore defaults;
     AppUsageStore usage{defaults, time, std::nullopt};
     FakeWorkspace workspace;
-    WindowMonitor monitor{workspace, usage, scheduler};
+    WindowMonitor monitor{workspace, usage, time};
     QSignalSpy changes{&monitor, &WindowMonitor::runningAppsChanged};
+    Handles handles;
 
     // Identifiers whose last launch is now: recorded launches, not seeded ones.
     QStringList launchedNow() const {
@@ -54,32 +56,6 @@ struct Fixture {
     }
 };
 
-// Handles written as "identifier pid" with an optional policy ("accessory", "prohibited") and
-// "-" for no identifier. The same text is the same handle.
-class Handles {
-public:
-    QList<RunningApplicationPtr> operator()(const QStringList &specs) {
-        QList<RunningApplicationPtr> handles;
-        for (const QString &spec : specs) {
-            if (!m_made.contains(spec))
-                m_made.insert(spec, make(spec));
-            handles.append(m_made.value(spec));
-        }
-        return handles;
-    }
-
-private:
-    static RunningApplicationPtr make(const QString &spec) {
-        const QStringList parts = spec.split(' ');
-        const Policy policy = parts.value(2) == "accessory"    ? Policy::Accessory
-                              : parts.value(2) == "prohibited" ? Policy::Prohibited
-                                                               : Policy::Regular;
-        return FakeRunningApplication::make(
-            parts[0] == "-" ? std::nullopt : std::optional(parts[0]), parts[1].toInt(), policy);
-    }
-    QHash<QString, RunningApplicationPtr> m_made;
-};
-
 } // namespace
 
 class WindowMonitorTest : public QObject {
@@ -89,62 +65,57 @@ private slots:
     void refreshReplacesTheListOnlyWhenProcessesCameOrWent_data() {
         QTest::addColumn<QStringList>("before");
         QTest::addColumn<QStringList>("after");
-        QTest::addColumn<QStringList>("expected"); // the handles listed after the refresh
-        const QStringList two{"org.example.Editor 100", "org.example.Mail 200"};
-        QTest::newRow("nothing came or went") << two << two << two;
-        QTest::newRow("same processes in another order")
-            << two << QStringList{two[1], two[0]} << two;
-        QTest::newRow("relaunched with a new process")
-            << two << QStringList{"org.example.Editor 101", two[1]}
-            << QStringList{"org.example.Editor 101", two[1]};
-        QTest::newRow("one ended") << two << QStringList{two[1]} << QStringList{two[1]};
-        QTest::newRow("all ended") << two << QStringList() << QStringList();
-        QTest::newRow("only helpers, agents and entries without a process appear")
-            << two
-            << two + QStringList{"org.example.Tray 300 accessory",
-                                 "org.example.Agent 400 prohibited", "org.example.Ghost 0",
-                                 "org.example.Gone -1"}
-            << two;
-        QTest::newRow("this program, system components and apps without an identifier are listed")
-            << QStringList()
-            << QStringList{AppCatalog::builtInBundleIdentifier + " 50", "com.apple.finder 60",
-                           "- 70", "org.example.Ghost 0"}
-            << QStringList{AppCatalog::builtInBundleIdentifier + " 50", "com.apple.finder 60",
-                           "- 70"};
+        QTest::addColumn<QStringList>("listed"); // the handles listed after the refresh
+        const QString editor = "org.example.Editor 100", mail = "org.example.Mail 200";
+        const QString self = AppCatalog::builtInBundleIdentifier + " 50";
+        const auto row = [](const char *name, const QStringList &before, const QStringList &after,
+                            const QStringList &listed) {
+            QTest::newRow(name) << before << after << listed;
+        };
+        row("nothing came or went", {editor, mail}, {editor, mail}, {editor, mail});
+        row("same processes in another order", {editor, mail}, {mail, editor}, {editor, mail});
+        row("relaunched with a new process", {editor, mail}, {"org.example.Editor 101", mail},
+            {"org.example.Editor 101", mail});
+        row("one ended", {editor, mail}, {mail}, {mail});
+        row("all ended", {editor, mail}, {}, {});
+        row("only helpers, agents and entries without a process appear", {editor, mail},
+            {editor, mail, "org.example.Tray 300 accessory", "org.example.Agent 400 prohibited",
+             "org.example.Ghost 0", "org.example.Gone -1"},
+            {editor, mail});
+        row("this program, system components and apps without an identifier are listed", {},
+            {self, "com.apple.finder 60", "- 70", "org.example.Ghost 0"},
+            {self, "com.apple.finder 60", "- 70"});
     }
     void refreshReplacesTheListOnlyWhenProcessesCameOrWent() {
         QFETCH(QStringList, before);
         QFETCH(QStringList, after);
-        QFETCH(QStringList, expected);
+        QFETCH(QStringList, listed);
         Fixture f;
-        Handles handles;
-        f.workspace.applications = handles(before);
+        f.workspace.applications = f.handles(before);
         f.monitor.refresh();
         f.time.runPending();
-        const int changesBefore = int(f.changes.size());
-        const int postedBefore = f.scheduler.posted;
+        const qsizetype changesBefore = f.changes.size();
 
-        f.workspace.applications = handles(after);
+        f.workspace.applications = f.handles(after);
         f.monitor.refresh();
 
-        QCOMPARE(f.monitor.runningApps(), handles(expected));
-        const int isChanged = expected != before ? 1 : 0;
+        QCOMPARE(f.monitor.runningApps(), f.handles(listed));
+        const int isChanged = listed != before ? 1 : 0;
         QCOMPARE(f.changes.size(), changesBefore + isChanged);
-        QCOMPARE(f.scheduler.posted, postedBefore + isChanged); // the seeding
+        QCOMPARE(f.time.pendingCount(), isChanged); // the seeding
     }
 
     void regularLaunchRecordsOnceThenSeedsEveryListedApp() {
         Fixture f;
-        Handles handles;
         f.workspace.applications =
-            handles({"org.example.Mail 200", "- 300", "org.example.Tray 400 accessory"});
+            f.handles({"org.example.Mail 200", "- 300", "org.example.Tray 400 accessory"});
         f.monitor.startObserving();
         const auto editor = FakeRunningApplication::make("org.example.Editor", 100);
 
         f.workspace.launch(editor);
 
-        QCOMPARE(f.monitor.runningApps(),
-                 handles({"org.example.Mail 200", "- 300"}) + QList<RunningApplicationPtr>{editor});
+        QCOMPARE(f.monitor.runningApps(), f.handles({"org.example.Mail 200", "- 300"}) +
+                                              QList<RunningApplicationPtr>{editor});
         QCOMPARE(f.changes.size(), 1);
         QVERIFY(f.usage.launchCounts().isEmpty()); // not inside the handler
         f.time.runPending();
@@ -154,7 +125,7 @@ private slots:
         QCOMPARE(f.launchedNow(), QStringList{"org.example.Editor"});
 
         f.workspace.end(editor);
-        QCOMPARE(f.monitor.runningApps(), handles({"org.example.Mail 200", "- 300"}));
+        QCOMPARE(f.monitor.runningApps(), f.handles({"org.example.Mail 200", "- 300"}));
         QCOMPARE(f.changes.size(), 2);
         f.time.runPending();
         QCOMPARE(f.usage.launchCounts().value("org.example.Editor"), 1);
@@ -175,12 +146,11 @@ private slots:
         QFETCH(bool, isPosted);
         QFETCH(bool, isListed);
         Fixture f;
-        Handles handles;
-        const auto mail = handles({"org.example.Mail 200"});
+        const auto mail = f.handles({"org.example.Mail 200"});
         f.workspace.applications = mail;
         f.monitor.refresh();
         f.monitor.startObserving();
-        const auto handle = handles({launched})[0];
+        const auto handle = f.handles({launched})[0];
 
         f.workspace.applications.append(handle);
         emit f.workspace.didLaunchApplication(isPosted ? handle : nullptr);
@@ -193,21 +163,20 @@ private slots:
 
     void timerRefreshesEveryFiveSecondsWhileTheMonitorLives() {
         Fixture f;
-        Handles handles;
-        auto monitor = std::make_unique<WindowMonitor>(f.workspace, f.usage, f.scheduler);
+        auto monitor = std::make_unique<WindowMonitor>(f.workspace, f.usage, f.time);
         monitor->startRefreshTimer();
 
-        f.workspace.applications = handles({"org.example.Editor 100"});
+        f.workspace.applications = f.handles({"org.example.Editor 100"});
         f.time.advance(4.999);
         QVERIFY(monitor->runningApps().isEmpty());
         f.time.advance(0.001);
-        QCOMPARE(monitor->runningApps(), handles({"org.example.Editor 100"}));
+        QCOMPARE(monitor->runningApps(), f.handles({"org.example.Editor 100"}));
         f.workspace.applications.clear();
         f.time.advance(5);
         QVERIFY(monitor->runningApps().isEmpty());
 
         monitor.reset();
-        f.workspace.applications = handles({"org.example.Mail 200"});
+        f.workspace.applications = f.handles({"org.example.Mail 200"});
         f.time.advance(10);
         QVERIFY(!f.usage.launchCounts().contains("org.example.Mail"));
     }

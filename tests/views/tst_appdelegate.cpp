@@ -37,25 +37,19 @@ class AppDelegateTest : public QObject {
     Q_OBJECT
 
 private:
-    struct Shell {
-        SimulatedSession session;
+    struct Shell : SimulatedSession {
         FakeLoginItemService loginItems;
-        AppSettings settings{session.defaults, loginItems};
+        AppSettings settings{defaults, loginItems};
         QWidget mainWindow;
         AppDelegate delegate;
 
         explicit Shell(bool menuDrawnByDesktop = false)
-            : delegate(settings, session.monitor, session.catalog, session.workspace, session.time,
-                       session.bundles, menuDrawnByDesktop) {
-            session.bundles.mainID = QStringLiteral("app.quellory.Quellory");
+            : delegate(settings, monitor, catalog, workspace, time, bundles, menuDrawnByDesktop) {
+            bundles.mainID = QStringLiteral("app.quellory.Quellory");
             mainWindow.setWindowTitle(QStringLiteral("Quellory"));
             mainWindow.show();
             delegate.applicationDidFinishLaunching();
-            session.time.runPending();
-        }
-        std::shared_ptr<FakeRunningApplication> run(const std::optional<QString> &id,
-                                                    const std::optional<QString> &name, int pid) {
-            return session.launch(id, name, pid);
+            time.runPending();
         }
         QStringList menu() {
             delegate.rebuildStatusMenu();
@@ -64,50 +58,34 @@ private:
     };
 
 private slots:
-    void countAndLabel_data() {
-        QTest::addColumn<int>("count");
-        QTest::addColumn<QString>("title");
-        QTest::addColumn<QString>("label");
-        QTest::newRow("none") << 0 << ""
-                              << "Quellory, 0 running apps";
-        QTest::newRow("one") << 1 << " 1"
-                             << "Quellory, 1 running app";
-        QTest::newRow("many") << 12 << " 12"
-                              << "Quellory, 12 running apps";
-    }
-    void countAndLabel() {
-        QFETCH(int, count);
-        QFETCH(QString, title);
-        QFETCH(QString, label);
-        QCOMPARE(AppDelegate::statusTitle(count), title);
-        QCOMPARE(AppDelegate::statusAccessibilityLabel(count), label);
-    }
-
     void countsEverythingButItself() {
         Shell shell;
         QVERIFY(shell.delegate.statusItem());
-        shell.run("app.quellory.Quellory", "Quellory", 10);
+        shell.launch("app.quellory.Quellory", "Quellory", 10);
         QCOMPARE(shell.delegate.runningAppCount(), 0);
         QCOMPARE(shell.delegate.statusItem()->toolTip(), "Quellory, 0 running apps");
-        shell.run("com.apple.finder", "Finder", 11);
-        shell.run(std::nullopt, "Nameless", 12);
+        shell.launch("com.apple.finder", "Finder", 11);
+        shell.launch(std::nullopt, "Nameless", 12);
         QCOMPARE(shell.delegate.runningAppCount(), 2);
         // The tray follows the monitor on a later turn.
         QCOMPARE(shell.delegate.statusItem()->toolTip(), "Quellory, 2 running apps");
+        QCOMPARE(AppDelegate::statusAccessibilityLabel(1), "Quellory, 1 running app");
+        QCOMPARE(AppDelegate::statusTitle(0), "");
+        QCOMPARE(AppDelegate::statusTitle(12), " 12");
     }
 
     void menuListsRunningAppsByName() {
         Shell shell;
-        shell.run("app.quellory.Quellory", "Quellory", 10);
-        shell.run("com.apple.finder", "Finder", 11);
+        shell.launch("app.quellory.Quellory", "Quellory", 10);
+        shell.launch("com.apple.finder", "Finder", 11);
         QCOMPARE(shell.menu(), QStringList({"[Quellory]", "---", "(No Apps Running)", "---",
                                             "Open Quellory", "---", "Quit"}));
-        shell.run("org.example.Beta", "beta", 20);
-        shell.run("org.example.Alpha", "Alpha", 21);
-        shell.run("org.example.Alpha2", "alpha2", 22);
+        shell.launch("org.example.Beta", "beta", 20);
+        shell.launch("org.example.Alpha", "Alpha", 21);
+        shell.launch("org.example.Alpha2", "alpha2", 22);
         // Without names both sort first, in the monitor's order.
-        shell.run("org.example.Unnamed", std::nullopt, 23);
-        shell.run(std::nullopt, std::nullopt, 24);
+        shell.launch("org.example.Unnamed", std::nullopt, 23);
+        shell.launch(std::nullopt, std::nullopt, 24);
         QCOMPARE(shell.menu(),
                  QStringList({"[Quellory]", "---", "[Running Apps]", "Quit org.example.Unnamed",
                               "(gap)", "Quit ", "(gap)", "Quit Alpha", "(gap)", "Quit alpha2",
@@ -118,8 +96,8 @@ private slots:
 
     void desktopDrawnMenuHasPlainItemsWithTheSameTexts() {
         Shell shell(true);
-        shell.run("org.example.Beta", "beta", 20);
-        shell.run("org.example.Alpha", "Alpha", 21);
+        shell.launch("org.example.Beta", "beta", 20);
+        shell.launch("org.example.Alpha", "Alpha", 21);
         QCOMPARE(shell.menu(),
                  QStringList({"(Quellory)", "---", "(Running Apps)", "Quit Alpha", "---",
                               "Quit beta", "---", "Open Quellory", "---", "Quit"}));
@@ -127,8 +105,8 @@ private slots:
 
     void quitItemsAskOnlyWhatStillRunsAndMayBeQuit() {
         Shell shell;
-        const auto beta = shell.run("org.example.Beta", "beta", 20);
-        const auto finder = shell.run("com.apple.finder", "Finder", 11);
+        const auto beta = shell.launch("org.example.Beta", "beta", 20);
+        const auto finder = shell.launch("com.apple.finder", "Finder", 11);
         shell.menu();
         const auto item = [&shell](const QString &text) {
             for (QAction *action : shell.delegate.statusMenu().actions())
@@ -148,7 +126,7 @@ private slots:
         QCOMPARE(finder->terminateCalls, 0);
 
         // Ended before its item was chosen: nothing.
-        shell.session.end(beta);
+        shell.end(beta);
         quitBeta->trigger();
         QCOMPARE(beta->terminateCalls, 1);
     }
@@ -160,12 +138,12 @@ private slots:
         shell.settings.setShowMenuBarIcon(true);
         shell.settings.setShowMenuBarIcon(false);
         QVERIFY(shell.delegate.statusItem());
-        shell.session.time.runPending();
+        shell.time.runPending();
         QVERIFY(!shell.delegate.statusItem());
         QVERIFY(shell.delegate.statusMenu().actions().isEmpty());
-        shell.run("org.example.Beta", "beta", 20);
+        shell.launch("org.example.Beta", "beta", 20);
         shell.settings.setShowMenuBarIcon(true);
-        shell.session.time.runPending();
+        shell.time.runPending();
         QVERIFY(shell.delegate.statusItem());
         QCOMPARE(shell.delegate.statusItem()->toolTip(), "Quellory, 1 running app");
         QVERIFY(shell.delegate.statusMenu().actions().size() > 7);
@@ -188,11 +166,11 @@ private slots:
 
         // Without the tray icon, the program stays in the task bar with its window hidden.
         shell.settings.setShowMenuBarIcon(false);
-        shell.session.time.runPending();
+        shell.time.runPending();
         QVERIFY(!shell.mainWindow.close());
         QCOMPARE(shell.delegate.activationPolicy(), Policy::Regular);
         shell.settings.setShowMenuBarIcon(true);
-        shell.session.time.runPending();
+        shell.time.runPending();
         QCOMPARE(shell.delegate.activationPolicy(), Policy::Accessory);
 
         // Any other window closes as usual.

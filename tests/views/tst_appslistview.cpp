@@ -1,94 +1,35 @@
-#include "fakes/SimulatedSession.h"
+#include "fakes/AppsListFixture.h"
 #include "views/AppActionRow.h"
-#include "views/AppsListActions.h"
-#include "views/AppsListFilter.h"
-#include "views/AppsListModel.h"
-#include "views/AppsListView.h"
+#include "views/AppsListAccessible.h"
 #include "views/SelectionBar.h"
 
-#include <QApplication>
+#include <QAccessible>
 #include <QHelpEvent>
-#include <QLineEdit>
-#include <QListView>
+#include <QItemSelectionModel>
 #include <QPushButton>
 #include <QScrollBar>
 #include <QSignalSpy>
 #include <QTest>
 #include <QToolTip>
-#include <QVBoxLayout>
 
 namespace {
 
-using Part = AppActionRow::Part;
+const QString &editor = AppsListSession::editor;
+const QString &mail = AppsListSession::mail;
+const QString &notes = AppsListSession::notes;
+const QString &terminal = AppsListSession::terminal;
+const QString &toggle = QAccessibleActionInterface::toggleAction();
+const QString &press = QAccessibleActionInterface::pressAction();
 
-const QString editor = QStringLiteral("org.example.Editor");
-const QString mail = QStringLiteral("org.example.Mail");
-const QString notes = QStringLiteral("org.example.Notes");
-const QString terminal = QStringLiteral("org.example.Terminal");
-
-// The list in a window with a search field above it, as the main window has. Installed: Editor,
-// Mail, Notes and any extra names; running: Mail and Terminal, which refuse to quit so that the
-// log tells the order of the requests.
-struct Fixture {
-    SimulatedSession session;
-    std::shared_ptr<FakeRunningApplication> mailApp;
-    std::shared_ptr<FakeRunningApplication> terminalApp;
-    std::optional<AppsListActions> actions;
-    QWidget window;
-    QLineEdit *searchField = nullptr;
-    AppsListView *view = nullptr;
-    QListView *list = nullptr;
-
-    // Answers whether the window came up.
-    bool start(const QStringList &extraInstalled = {}) {
-        session.install(editor, "Editor");
-        session.install(mail, "Mail");
-        session.install(notes, "Notes");
-        for (const QString &name : extraInstalled)
-            session.install("org.example.extra." + name, name);
-        if (!session.loadCatalog())
-            return false;
-        mailApp = session.launch(mail, "Mail", 10);
-        terminalApp = session.launch(terminal, "Terminal", 11);
-        mailApp->acceptsTerminate = terminalApp->acceptsTerminate = false;
-        session.workspace.onOpen = [this](const QString &path) {
-            session.log.lines << "open " + path;
-        };
-        actions.emplace(session.workspace, session.usage, session.bundles, session.time,
-                        session.log);
-        searchField = new QLineEdit(&window);
-        view = new AppsListView(session.monitor, session.catalog, session.usage, session.icons,
-                                *actions, session.bundles, &window);
-        list = view->listView();
-        auto *layout = new QVBoxLayout(&window);
-        layout->setContentsMargins(0, 0, 0, 0);
-        layout->addWidget(searchField);
-        layout->addWidget(view);
-        QObject::connect(searchField, &QLineEdit::textChanged, view, &AppsListView::setSearchText);
-        window.resize(460, 560);
-        window.show();
-        QApplication::setActiveWindow(&window);
-        return QTest::qWaitForWindowActive(&window);
-    }
-
-    QModelIndex row(const QString &text) const {
-        const QAbstractItemModel *rows = list->model();
-        for (int row = 0; row < rows->rowCount(); ++row)
-            if (rows->index(row, 0).data().toString() == text)
-                return rows->index(row, 0);
-        return {};
-    }
-    QStyleOptionViewItem option(const QModelIndex &index) const {
-        QStyleOptionViewItem option;
-        option.initFrom(list);
-        option.font = list->font();
-        option.widget = list;
-        option.rect = list->visualRect(index);
-        return option;
+// The list as the mouse, the eye and a screen reader meet it.
+struct Fixture : AppsListWindow {
+    QModelIndex indexOf(const QString &text) const {
+        return list->model()
+            ->match(list->model()->index(0, 0), Qt::DisplayRole, text, 1, Qt::MatchExactly)
+            .value(0);
     }
     AppActionRow::Geometry geometry(const QString &text) const {
-        const QModelIndex index = row(text);
-        return view->rowDelegate()->geometry(option(index), index);
+        return view->rowDelegate()->geometry(*list, indexOf(text));
     }
     void click(const QPoint &position) const {
         QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, position);
@@ -100,14 +41,43 @@ struct Fixture {
     }
     QImage picture() const { return list->viewport()->grab().toImage(); }
     QColor background() const { return list->viewport()->palette().color(QPalette::Window); }
+
+    QAccessibleInterface *accessibleList() const {
+        return QAccessible::queryAccessibleInterface(list);
+    }
+    // The list's children as a screen reader finds them, asked afresh.
+    QStringList children() const {
+        static const QHash<QAccessible::Role, QString> roles{{QAccessible::Heading, "heading "},
+                                                             {QAccessible::ListItem, "item "},
+                                                             {QAccessible::StaticText, "text "}};
+        QAccessibleInterface *rows = accessibleList();
+        QStringList described;
+        for (int i = 0; i < rows->childCount(); ++i)
+            described << roles.value(rows->child(i)->role(), "other ") +
+                             rows->child(i)->text(QAccessible::Name);
+        return described;
+    }
+    QAccessibleInterface *accessibleRow(const QString &name) const {
+        const QModelIndex index = indexOf(name);
+        return index.isValid() ? accessibleList()->child(index.row()) : nullptr;
+    }
+    QAccessibleInterface *checkbox(const QString &name) const { return part(name, 0); }
+    QAccessibleInterface *button(const QString &name) const { return part(name, 1); }
+    QAccessibleInterface *part(const QString &name, int part) const {
+        QAccessibleInterface *item = accessibleRow(name);
+        return item ? item->child(part) : nullptr;
+    }
+    QRect onScreen(const QRect &inViewport) const {
+        return {list->viewport()->mapToGlobal(inViewport.topLeft()), inViewport.size()};
+    }
 };
 
-QColor over(const QColor &colour, double alpha, const QColor &background) {
-    const auto mix = [&](int top, int bottom) {
-        return qRound(top * alpha + bottom * (1 - alpha));
-    };
-    return QColor(mix(colour.red(), background.red()), mix(colour.green(), background.green()),
-                  mix(colour.blue(), background.blue()));
+// Runs the control's action as a screen reader does; false when there is no such control.
+[[nodiscard]] bool act(QAccessibleInterface *control, const QString &action) {
+    if (!control || !control->actionInterface())
+        return false;
+    control->actionInterface()->doAction(action);
+    return true;
 }
 
 bool isClose(const QColor &a, const QColor &b) {
@@ -124,254 +94,340 @@ int pixelsUnlike(const QImage &image, const QRect &rect, const QColor &colour) {
     return count;
 }
 
-// Where the capsule's fill shows: inside its rounded left end, clear of the symbol.
-QPoint capsuleFillPoint(const QRect &pill) {
-    return {pill.left() + pill.height() / 2 - 2, pill.top() + 3};
-}
-
 } // namespace
 
+// The list as its users see, click, type and hear it.
 class AppsListViewTest : public QObject {
     Q_OBJECT
 
+    std::unique_ptr<Fixture> f;
+
 private slots:
-    void checkboxTicksAndUnticksItsRow() {
-        Fixture f;
-        QVERIFY(f.start());
-        QVERIFY(!f.view->selectionBar()->isVisible());
+    void init() {
+        f = std::make_unique<Fixture>();
+        QVERIFY(f->show());
+    }
+    void cleanup() { f.reset(); }
 
-        f.click(f.geometry("Mail").checkbox.center());
-        QCOMPARE(f.actions->selectedIDs(), QSet{mail});
-        QVERIFY(f.view->selectionBar()->isVisible());
-        QCOMPARE(f.view->selectionBar()->summary(), "1 selected to quit");
-        QCOMPARE(f.view->selectionBar()->actionTitle(), "Quit 1 App");
+    void screenReaderReadsHeadingsAndItemsWithACheckboxAndAButton() {
+        QAccessibleInterface *list = f->accessibleList();
+        QCOMPARE(list->role(), QAccessible::List);
+        QCOMPARE(f->children(), (QStringList{"heading Running", "item Mail", "item Terminal",
+                                             "heading Not Running", "item Editor", "item Notes"}));
+        // Only the application list answers this way; other lists keep Qt's own interface.
+        QVERIFY(dynamic_cast<AppsListAccessible *>(list));
+        QListView otherList;
+        QVERIFY(
+            !dynamic_cast<AppsListAccessible *>(QAccessible::queryAccessibleInterface(&otherList)));
+        QCOMPARE(f->checkbox("Mail")->role(), QAccessible::CheckBox);
+        QCOMPARE(f->checkbox("Mail")->text(QAccessible::Name), "Mail");
+        QCOMPARE(f->checkbox("Mail")->actionInterface()->actionNames(), QStringList{toggle});
+        QCOMPARE(f->button("Mail")->role(), QAccessible::PushButton);
+        QCOMPARE(f->button("Mail")->text(QAccessible::Name), "Quit Mail");
+        QCOMPARE(f->button("Mail")->actionInterface()->actionNames(), QStringList{press});
+        QCOMPARE(f->button("Editor")->text(QAccessible::Name), "Open Editor");
 
-        // The name is no control; the checkbox goes back off.
-        f.click(f.geometry("Mail").name.center());
-        QCOMPARE(f.actions->selectedIDs(), QSet{mail});
-        f.click(f.geometry("Mail").checkbox.center());
-        QVERIFY(f.actions->selectedIDs().isEmpty());
-        QVERIFY(!f.view->selectionBar()->isVisible());
-        QCOMPARE(f.mailApp->terminateCalls, 0);
+        // Where each row and control lies, and how a reader walks between them.
+        for (int i = 0; i < list->childCount(); ++i) {
+            QAccessibleInterface *row = list->child(i);
+            const QModelIndex index = f->list->model()->index(i, 0);
+            QCOMPARE(row->parent(), list);
+            QCOMPARE(list->indexOfChild(row), i);
+            QCOMPARE(row->rect(), f->onScreen(f->list->visualRect(index)));
+            QCOMPARE(list->childAt(row->rect().center().x(), row->rect().center().y()), row);
+            const bool isItem = row->role() == QAccessible::ListItem;
+            QCOMPARE(row->childCount(), isItem ? 2 : 0);
+            QCOMPARE(bool(row->state().checkable), isItem);
+            const AppActionRow::Geometry g = f->view->rowDelegate()->geometry(*f->list, index);
+            const QRect parts[] = {g.checkbox, g.action};
+            for (int part = 0; part < row->childCount(); ++part) {
+                QAccessibleInterface *control = row->child(part);
+                QCOMPARE(control->parent(), row);
+                QCOMPARE(row->indexOfChild(control), part);
+                QCOMPARE(control->rect(), f->onScreen(parts[part]));
+                const QPoint inside = control->rect().center();
+                QCOMPARE(row->childAt(inside.x(), inside.y()), control);
+                QVERIFY(!control->state().checked && !control->state().disabled);
+            }
+        }
     }
 
-    void pillRunsItsRowsActionAndShowsItsToolTip_data() {
+    void checkboxTicksItsRowByMouseAndByScreenReader() {
+        QVERIFY(act(f->checkbox("Terminal"), toggle));
+        QCOMPARE(f->actions.selectedIDs(), QSet{terminal});
+        QVERIFY(f->checkbox("Terminal")->state().checked);
+        // The ticks are not the view's selection, which the list does not use.
+        QVERIFY(!f->list->selectionModel()->hasSelection());
+        QVERIFY(!f->list->currentIndex().isValid());
+        QVERIFY(act(f->checkbox("Terminal"), toggle));
+        QVERIFY(f->actions.selectedIDs().isEmpty());
+        // The checkbox's action is to toggle; pressing it as a button does nothing.
+        QVERIFY(act(f->checkbox("Terminal"), press));
+        QVERIFY(f->actions.selectedIDs().isEmpty());
+
+        f->click(f->geometry("Mail").checkbox.center());
+        QCOMPARE(f->actions.selectedIDs(), QSet{mail});
+        QVERIFY(f->view->selectionBar()->isVisible());
+        QVERIFY(f->checkbox("Mail")->state().checked);
+        // The name is no control; the checkbox goes back off.
+        f->click(f->geometry("Mail").name.center());
+        QCOMPARE(f->actions.selectedIDs(), QSet{mail});
+        f->click(f->geometry("Mail").checkbox.center());
+        QVERIFY(f->actions.selectedIDs().isEmpty());
+        QVERIFY(!f->view->selectionBar()->isVisible());
+        QCOMPARE(f->mailApp->terminateCalls + f->terminalApp->terminateCalls, 0);
+    }
+
+    void rowButtonActsOnceUntilTheRowIsNoLongerBusy_data() {
         QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("toolTip");
+        QTest::addColumn<QString>("title");
         QTest::addColumn<QStringList>("log");
         QTest::newRow("quit") << "Terminal"
-                              << "Quit Terminal"
-                              << QStringList{"Quellory: terminate() refused for "
-                                             "org.example.Terminal pid=11",
-                                             "Quellory: no terminate sent for org.example.Terminal "
-                                             "(sandboxed builds cannot quit other apps)"};
+                              << "Quit Terminal" << AppsListSession::refusedQuit(terminal, 11);
         QTest::newRow("open") << "Notes"
                               << "Open Notes"
                               << QStringList{"open " + SimulatedSession::pathOf(notes)};
     }
-    void pillRunsItsRowsActionAndShowsItsToolTip() {
+    void rowButtonActsOnceUntilTheRowIsNoLongerBusy() {
         QFETCH(QString, name);
-        QFETCH(QString, toolTip);
+        QFETCH(QString, title);
         QFETCH(QStringList, log);
-        Fixture f;
-        QVERIFY(f.start());
-        const QRect pill = f.geometry(name).action;
-        QCOMPARE(f.toolTipAt(pill.center()), toolTip);
-        QCOMPARE(f.toolTipAt(f.geometry(name).name.center()), QString());
+        // Where the button's fill shows: inside its rounded left end, clear of its symbol.
+        const auto fillPoint = [&, this] {
+            const QRect pill = f->geometry(name).action;
+            return QPoint(pill.left() + pill.height() / 2 - 2, pill.top() + 3);
+        };
+        const QRect pill = f->geometry(name).action;
+        QVERIFY(!isClose(f->picture().pixelColor(fillPoint()), f->background()));
+        QCOMPARE(f->toolTipAt(pill.center()), title);
+        QCOMPARE(f->toolTipAt(f->geometry(name).name.center()), QString());
+        f->click(f->geometry(name).checkbox.center());
 
-        f.click(pill.center());
-        QCOMPARE(f.session.log.lines, log);
-        QCOMPARE(f.actions->busyIDs().size(), 1);
+        f->click(pill.center());
+        QCOMPARE(f->log.lines, log);
+        QVERIFY(f->actions.selectedIDs().isEmpty()); // the row's action unticks it
 
-        // Busy: a spinner stands where the button was, and a click there does nothing.
-        f.click(f.geometry(name).action.center());
-        QCOMPARE(f.session.log.lines, log);
-        QCOMPARE(f.toolTipAt(f.geometry(name).action.center()), QString());
-    }
-
-    void busyRowShowsASpinnerInsteadOfItsButton() {
-        Fixture f;
-        QVERIFY(f.start());
-        const QColor red(255, 59, 48);
-        const QRect pill = f.geometry("Terminal").action;
-        QVERIFY(isClose(f.picture().pixelColor(capsuleFillPoint(pill)),
-                        over(red, 0.12, f.background())));
-        QVERIFY(!f.view->isSpinnerTurning());
-
-        f.actions->quitApp(terminal, f.terminalApp);
-        const QRect frame = f.geometry("Terminal").action;
-        QCOMPARE(frame.size(), QSize(72, 26));
+        // Busy: a turning spinner stands where the button was; neither a click nor a screen
+        // reader presses it, but the checkbox still works.
+        const QRect frame = f->geometry(name).action;
         QCOMPARE(frame.right(), pill.right());
-        const QImage busy = f.picture();
-        QVERIFY(isClose(busy.pixelColor(capsuleFillPoint(pill)), f.background()));
+        const QImage busy = f->picture();
+        QVERIFY(isClose(busy.pixelColor(fillPoint()), f->background()));
         QRect spinner(0, 0, 16, 16);
         spinner.moveCenter(frame.center());
-        QVERIFY(pixelsUnlike(busy, spinner, f.background()) > 20);
-        QCOMPARE(pixelsUnlike(busy, frame.adjusted(0, 0, -50, 0), f.background()), 0);
-        QVERIFY(f.view->isSpinnerTurning());
-        QTRY_VERIFY(f.picture() != busy);
+        QVERIFY(pixelsUnlike(busy, spinner, f->background()) > 20);
+        QTRY_VERIFY(f->picture() != busy);
+        f->click(frame.center());
+        QVERIFY(act(f->button(name), press));
+        QCOMPARE(f->log.lines, log);
+        QCOMPARE(f->toolTipAt(frame.center()), QString());
+        QCOMPARE(f->button(name)->text(QAccessible::Name), title);
+        QVERIFY(f->button(name)->state().disabled);
+        QVERIFY(f->accessibleRow(name)->state().busy);
+        QVERIFY(f->button(name)->actionInterface()->actionNames().isEmpty());
+        QVERIFY(act(f->checkbox(name), toggle));
+        QVERIFY(f->checkbox(name)->state().checked);
 
-        // The checkbox still works.
-        f.click(f.geometry("Terminal").checkbox.center());
-        QCOMPARE(f.actions->selectedIDs(), QSet{terminal});
-
-        f.session.time.advance(1.5);
-        QVERIFY(!f.view->isSpinnerTurning());
-        QVERIFY(isClose(f.picture().pixelColor(capsuleFillPoint(pill)),
-                        over(red, 0.12, f.background())));
+        if (name == "Terminal") {
+            f->time.advance(1.5);
+        } else {
+            f->workspace.takeOpenCompletion()(std::nullopt);
+            QCoreApplication::processEvents();
+        }
+        QVERIFY(!f->view->isSpinnerTurning());
+        QVERIFY(!isClose(f->picture().pixelColor(fillPoint()), f->background()));
+        QVERIFY(!f->button(name)->state().disabled);
+        f->click(f->geometry(name).action.center());
+        QCOMPARE(f->log.lines, log + log);
     }
 
-    void keyboardMovesBetweenItemsTicksAndPresses() {
-        Fixture f;
-        QVERIFY(f.start());
-        f.searchField->setFocus();
-        QTest::keyClick(f.searchField, Qt::Key_Tab);
-        QVERIFY(f.list->hasFocus());
-        QCOMPARE(f.list->currentIndex().data().toString(), "Mail");
+    void keyboardMovesTheFocusOverItemsTicksAndPresses() {
+        const auto current = [this] { return f->list->currentIndex().data().toString(); };
+        QVERIFY(!f->accessibleList()->focusChild());
+        f->searchField->setFocus();
+        QTest::keyClick(f->searchField, Qt::Key_Tab);
+        QVERIFY(f->list->hasFocus());
+        QCOMPARE(current(), "Mail");
 
-        QTest::keyClick(f.list, Qt::Key_Down);
-        QCOMPARE(f.list->currentIndex().data().toString(), "Terminal");
+        QTest::keyClick(f->list, Qt::Key_Down);
+        QCOMPARE(current(), "Terminal");
+        QCOMPARE(f->accessibleList()->focusChild(), f->accessibleRow("Terminal"));
+        QVERIFY(f->accessibleRow("Terminal")->state().focused);
+        QVERIFY(!f->accessibleRow("Mail")->state().focused);
         // Past the "Not Running" header, to the first installed item, and back.
-        QTest::keyClick(f.list, Qt::Key_Down);
-        QCOMPARE(f.list->currentIndex().data().toString(),
-                 f.list->model()->index(4, 0).data().toString());
-        QTest::keyClick(f.list, Qt::Key_Up);
-        QCOMPARE(f.list->currentIndex().data().toString(), "Terminal");
-        QTest::keyClick(f.list, Qt::Key_Up);
-        QTest::keyClick(f.list, Qt::Key_Up);
-        QCOMPARE(f.list->currentIndex().data().toString(), "Mail");
+        QTest::keyClick(f->list, Qt::Key_Down);
+        QCOMPARE(current(), "Editor");
+        QTest::keyClick(f->list, Qt::Key_Up);
+        QCOMPARE(current(), "Terminal");
+        QTest::keyClick(f->list, Qt::Key_Up);
 
-        QTest::keyClick(f.list, Qt::Key_Space);
-        QCOMPARE(f.actions->selectedIDs(), QSet{mail});
-        QTest::keyClick(f.list, Qt::Key_Down);
-        QTest::keyClick(f.list, Qt::Key_Space);
-        QCOMPARE(f.actions->selectedIDs(), (QSet{mail, terminal}));
-        QTest::keyClick(f.list, Qt::Key_Space);
-        QCOMPARE(f.actions->selectedIDs(), QSet{mail});
+        QCOMPARE(f->checkbox("Mail")->actionInterface()->keyBindingsForAction(toggle),
+                 QStringList{"Space"});
+        QTest::keyClick(f->list, Qt::Key_Space);
+        QCOMPARE(f->actions.selectedIDs(), QSet{mail});
+        QVERIFY(f->checkbox("Mail")->state().checked);
+        QTest::keyClick(f->list, Qt::Key_Down);
+        QTest::keyClick(f->list, Qt::Key_Space);
+        QCOMPARE(f->actions.selectedIDs(), (QSet{mail, terminal}));
 
-        QTest::keyClick(f.list, Qt::Key_Return);
-        QCOMPARE(f.terminalApp->terminateCalls, 1);
-        QCOMPARE(f.actions->busyIDs(), QSet{terminal});
-        QTest::keyClick(f.list, Qt::Key_Enter);
-        QCOMPARE(f.terminalApp->terminateCalls, 1);
+        QTest::keyClick(f->list, Qt::Key_Return);
+        QCOMPARE(f->terminalApp->terminateCalls, 1);
+        QCOMPARE(f->actions.busyIDs(), QSet{terminal});
+        QTest::keyClick(f->list, Qt::Key_Enter);
+        QCOMPARE(f->terminalApp->terminateCalls, 1);
     }
 
-    void emptyListTextIsCentredWithRoomAround() {
-        Fixture f;
-        QVERIFY(f.start());
-        QTest::keyClicks(f.searchField, " zz");
-
-        QCOMPARE(f.list->model()->rowCount(), 1);
-        const QModelIndex index = f.list->model()->index(0, 0);
-        QCOMPARE(index.data().toString(), "No results for \" zz\"");
+    void searchWithoutResultsShowsAndReadsTheEmptyListTextCentred() {
+        const QAccessible::Id mailRow = QAccessible::uniqueId(f->accessibleRow("Mail"));
+        QTest::keyClicks(f->searchField, " zz");
+        QCOMPARE(f->children(), QStringList{"text No results for \" zz\""});
+        QVERIFY(!QAccessible::accessibleInterface(mailRow));
+        QAccessibleInterface *emptyList = f->accessibleList()->child(0);
+        QCOMPARE(emptyList->childCount(), 0);
         // Centred, with 40 points of space above and below.
-        const QRect row = f.list->visualRect(index);
-        const QImage picture = f.picture();
+        const QRect row = f->list->visualRect(f->list->model()->index(0, 0));
+        const QImage picture = f->picture();
         QRect drawn;
         for (int y = row.top(); y <= row.bottom(); ++y)
             for (int x = row.left(); x <= row.right(); ++x)
-                if (!isClose(picture.pixelColor(x, y), f.background()))
+                if (!isClose(picture.pixelColor(x, y), f->background()))
                     drawn |= QRect(x, y, 1, 1);
         QVERIFY(drawn.top() >= row.top() + 40);
         QVERIFY(drawn.bottom() <= row.bottom() - 40);
         QVERIFY(row.bottom() - drawn.bottom() < 60);
         QVERIFY(std::abs(drawn.center().x() - row.center().x()) <= 2);
+
+        QTest::keyClick(f->searchField, Qt::Key_Z);
+        QCOMPARE(f->accessibleList()->child(0), emptyList);
+        QCOMPARE(emptyList->text(QAccessible::Name), "No results for \" zzz\"");
+        f->searchField->clear();
+        QCOMPARE(f->children().size(), 6);
+        QVERIFY(QAccessible::uniqueId(f->accessibleRow("Mail")) != mailRow);
     }
 
-    void selectionBarActsOnEveryTickedItemOpensFirst() {
-        Fixture f;
-        QVERIFY(f.start());
+    void selectionBarOpensTheTickedItemsFirstThenQuitsThem() {
         for (const char *name : {"Terminal", "Notes", "Mail"})
-            f.click(f.geometry(name).checkbox.center());
-        QCOMPARE(f.view->selectionBar()->summary(), "3 selected");
-        QCOMPARE(f.view->selectionBar()->actionTitle(), "Open 1 App & Quit 2 Apps");
+            f->click(f->geometry(name).checkbox.center());
+        QCOMPARE(f->view->selectionBar()->summary(), "3 selected");
+        QCOMPARE(f->view->selectionBar()->actionTitle(), "Open 1 App & Quit 2 Apps");
 
-        QTest::mouseClick(f.view->selectionBar()->actionButton(), Qt::LeftButton);
+        QTest::mouseClick(f->view->selectionBar()->actionButton(), Qt::LeftButton);
 
-        QCOMPARE(
-            f.session.log.lines,
-            (QStringList{"open " + SimulatedSession::pathOf(notes),
-                         "Quellory: terminate() refused for org.example.Mail pid=10",
-                         "Quellory: no terminate sent for org.example.Mail (sandboxed builds "
-                         "cannot quit other apps)",
-                         "Quellory: terminate() refused for org.example.Terminal pid=11",
-                         "Quellory: no terminate sent for org.example.Terminal (sandboxed builds "
-                         "cannot quit other apps)"}));
-        QVERIFY(f.actions->selectedIDs().isEmpty());
-        QVERIFY(!f.view->selectionBar()->isVisible());
-    }
+        QCOMPARE(f->log.lines, QStringList{"open " + SimulatedSession::pathOf(notes)} +
+                                   AppsListSession::refusedQuit(mail, 10) +
+                                   AppsListSession::refusedQuit(terminal, 11));
+        QVERIFY(f->actions.selectedIDs().isEmpty());
+        QVERIFY(!f->view->selectionBar()->isVisible());
 
-    void searchThatHidesTheSelectionLeavesOnlyApply() {
-        Fixture f;
-        QVERIFY(f.start());
-        f.click(f.geometry("Mail").checkbox.center());
-        QTest::keyClicks(f.searchField, "note");
-        QVERIFY(f.view->selectionBar()->isVisible());
-        QCOMPARE(f.view->selectionBar()->summary(), "0 selected to quit");
-        QCOMPARE(f.view->selectionBar()->actionTitle(), "Apply");
-
-        QTest::mouseClick(f.view->selectionBar()->actionButton(), Qt::LeftButton);
-        QVERIFY(f.session.log.lines.isEmpty());
-        QVERIFY(f.actions->selectedIDs().isEmpty());
-        QVERIFY(!f.view->selectionBar()->isVisible());
-        QCOMPARE(f.list->model()->rowCount(), 2);
+        // Ticked items that the search hides are left alone, and unticked.
+        f->log.lines.clear();
+        f->click(f->geometry("Editor").checkbox.center());
+        QTest::keyClicks(f->searchField, "note");
+        QCOMPARE(f->view->selectionBar()->actionTitle(), "Apply");
+        QTest::mouseClick(f->view->selectionBar()->actionButton(), Qt::LeftButton);
+        QVERIFY(f->log.lines.isEmpty());
+        QVERIFY(f->actions.selectedIDs().isEmpty());
+        QVERIFY(!f->view->selectionBar()->isVisible());
     }
 
     // A running application comes and goes above the rows the user looks at.
     void updatesKeepTheCurrentRowAndWhatIsInView() {
-        Fixture f;
         QStringList many;
         for (int i = 0; i < 60; ++i)
             many << QStringLiteral("Tool %1").arg(i, 2, 10, QChar('0'));
-        QVERIFY(f.start(many));
-        QSignalSpy resets(f.list->model(), &QAbstractItemModel::modelReset);
-        f.list->verticalScrollBar()->setValue(f.list->verticalScrollBar()->maximum() / 2);
-        const QModelIndex top = f.list->indexAt(QPoint(0, 0));
+        f = std::make_unique<Fixture>();
+        QVERIFY(f->show(many));
+        QSignalSpy resets(f->list->model(), &QAbstractItemModel::modelReset);
+        f->list->verticalScrollBar()->setValue(f->list->verticalScrollBar()->maximum() / 2);
+        const QModelIndex top = f->list->indexAt(QPoint(0, 0));
         const QString topName = top.data().toString();
-        const int topOffset = f.list->visualRect(top).top();
-        const QModelIndex current = f.list->indexAt(QPoint(0, f.list->viewport()->height() / 2));
+        const int topOffset = f->list->visualRect(top).top();
+        const QModelIndex current = f->list->indexAt(QPoint(0, f->list->viewport()->height() / 2));
         const QString currentName = current.data().toString();
-        f.list->setCurrentIndex(current);
+        f->list->setCurrentIndex(current);
         QVERIFY(currentName.startsWith("Tool"));
 
-        const auto stillInView = [&] {
-            const QModelIndex nowTop = f.list->indexAt(QPoint(0, 0));
+        const auto stillInView = [&, this] {
+            const QModelIndex nowTop = f->list->indexAt(QPoint(0, 0));
             return nowTop.data().toString() == topName &&
-                   f.list->visualRect(nowTop).top() == topOffset &&
-                   f.list->currentIndex().data().toString() == currentName;
+                   f->list->visualRect(nowTop).top() == topOffset &&
+                   f->list->currentIndex().data().toString() == currentName;
         };
-        f.session.end(f.terminalApp);
-        QVERIFY(!f.row("Terminal").isValid()); // not installed, so gone from both sections
+        f->end(f->terminalApp);
+        QVERIFY(!f->indexOf("Terminal").isValid()); // not installed, so gone from both sections
         QVERIFY(stillInView());
-        f.session.launch("org.example.Browser", "Browser", 12);
+        f->launch("org.example.Browser", "Browser", 12);
         QVERIFY(stillInView());
-        f.session.end(f.mailApp);
+        f->end(f->mailApp);
         QVERIFY(stillInView());
         QCOMPARE(resets.size(), 0);
     }
 
     void longNameIsCutShortAndTheButtonStaysRight() {
-        Fixture f;
-        QVERIFY(f.start());
         const QString longName = QString("Extraordinarily Long Application Name ").repeated(6);
-        f.session.launch("org.example.Long", longName, 12);
+        f->launch("org.example.Long", longName, 12);
 
-        const AppActionRow::Geometry short_ = f.geometry("Mail");
-        const AppActionRow::Geometry long_ = f.geometry(longName);
-        QCOMPARE(f.list->visualRect(f.row(longName)).height(),
-                 f.list->visualRect(f.row("Mail")).height());
-        QCOMPARE(long_.action, f.geometry("Terminal")
-                                   .action.translated(0, long_.action.top() -
-                                                             f.geometry("Terminal").action.top()));
-        QCOMPARE(long_.action.right(), f.list->viewport()->width() - 1 - 14);
+        const AppActionRow::Geometry short_ = f->geometry("Mail");
+        const AppActionRow::Geometry long_ = f->geometry(longName);
+        QCOMPARE(f->list->visualRect(f->indexOf(longName)).height(),
+                 f->list->visualRect(f->indexOf("Mail")).height());
+        QCOMPARE(long_.action.right(), f->list->viewport()->width() - 1 - 14);
+        QCOMPARE(long_.action.size(), short_.action.size());
         QCOMPARE(long_.name.width(), short_.name.width());
         // Nothing of the name is drawn between its column and the button.
-        const QImage picture = f.picture();
+        const QImage picture = f->picture();
         const QRect gap(long_.name.right() + 1, long_.name.top(),
                         long_.action.left() - long_.name.right() - 1, long_.name.height());
         QVERIFY(gap.width() >= 12);
-        QCOMPARE(pixelsUnlike(picture, gap, f.background()), 0);
-        QVERIFY(pixelsUnlike(picture, long_.name, f.background()) > 0);
+        QCOMPARE(pixelsUnlike(picture, gap, f->background()), 0);
+        QVERIFY(pixelsUnlike(picture, long_.name, f->background()) > 0);
+    }
+
+    void rowInterfacesStayWithRowsThatMoveAndGoWithRowsThatGo() {
+        QAccessibleInterface *mailRow = f->accessibleRow("Mail");
+        QAccessibleInterface *notesRow = f->accessibleRow("Notes");
+        QAccessibleInterface *notesCheckbox = f->checkbox("Notes");
+        QCOMPARE(f->accessibleList()->indexOfChild(notesRow), 5);
+        // Opening Notes counts a use of it, which ranks it first among the installed.
+        QVERIFY(act(f->button("Notes"), press));
+        QCOMPARE(f->children(), (QStringList{"heading Running", "item Mail", "item Terminal",
+                                             "heading Not Running", "item Notes", "item Editor"}));
+        QCOMPARE(f->accessibleRow("Notes"), notesRow);
+        QCOMPARE(f->checkbox("Notes"), notesCheckbox);
+        QCOMPARE(f->accessibleList()->indexOfChild(notesRow), 4);
+        QCOMPARE(notesRow->rect(), f->onScreen(f->list->visualRect(f->list->model()->index(4, 0))));
+
+        // Editor starts: its installed row goes and a running one comes.
+        const QAccessible::Id installedRow = QAccessible::uniqueId(f->accessibleRow("Editor"));
+        const QAccessible::Id installedButton = QAccessible::uniqueId(f->button("Editor"));
+        const auto editorApp = f->launch(editor, "Editor", 12);
+        QCOMPARE(f->children(),
+                 (QStringList{"heading Running", "item Editor", "item Mail", "item Terminal",
+                              "heading Not Running", "item Notes"}));
+        QVERIFY(!QAccessible::accessibleInterface(installedRow));
+        QVERIFY(!QAccessible::accessibleInterface(installedButton));
+        QCOMPARE(f->button("Editor")->text(QAccessible::Name), "Quit Editor");
+        QCOMPARE(f->accessibleRow("Mail"), mailRow);
+        QCOMPARE(f->accessibleList()->indexOfChild(mailRow), 2);
+
+        const QAccessible::Id runningRow = QAccessible::uniqueId(f->accessibleRow("Editor"));
+        f->end(editorApp);
+        QVERIFY(!QAccessible::accessibleInterface(runningRow));
+        QCOMPARE(f->button("Editor")->text(QAccessible::Name), "Open Editor");
+        QCOMPARE(f->accessibleList()->indexOfChild(mailRow), 1);
+    }
+
+    void registeredInterfacesGoWithTheList() {
+        const QAccessible::Id ids[] = {QAccessible::uniqueId(f->accessibleList()),
+                                       QAccessible::uniqueId(f->accessibleRow("Mail")),
+                                       QAccessible::uniqueId(f->checkbox("Mail")),
+                                       QAccessible::uniqueId(f->button("Notes"))};
+        f->launch(editor, "Editor", 12);
+        delete f->view;
+        for (const QAccessible::Id id : ids)
+            QVERIFY(!QAccessible::accessibleInterface(id));
+        // The session goes on changing after the view has gone.
+        f->launch(notes, "Notes", 13);
     }
 };
 

@@ -1,15 +1,13 @@
 #include "app/QuelloryApp.h"
 #include "app/SingleInstance.h"
+#include "fakes/AppsListFixture.h"
 #include "fakes/FakeLoginItemService.h"
 #include "fakes/FakeUpdater.h"
-#include "fakes/SimulatedSession.h"
 #include "models/AppSettings.h"
-#include "views/AppsListActions.h"
 #include "views/ViewEnvironment.h"
 
 #include <QFile>
 #include <QMenuBar>
-#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 #include <QThread>
@@ -19,20 +17,16 @@ class QuelloryAppTest : public QObject {
     Q_OBJECT
 
 private:
-    struct Program {
-        SimulatedSession session;
+    struct Program : AppsListSession {
         FakeLoginItemService loginItems;
-        AppSettings settings{session.defaults, loginItems};
-        AppsListActions actions{session.workspace, session.usage, session.bundles, session.time,
-                                session.log};
+        AppSettings settings{defaults, loginItems};
         FakeUpdater updater;
         std::optional<QuelloryApp> app;
 
         explicit Program(bool hasFeed) {
             updater.hasFeed = hasFeed;
-            app.emplace(ViewEnvironment{settings, session.monitor, session.catalog, session.usage,
-                                        session.icons, actions, session.bundles},
-                        session.workspace, session.time, updater, false);
+            app.emplace(ViewEnvironment{settings, monitor, catalog, usage, icons, actions, bundles},
+                        workspace, time, updater, false);
         }
         QStringList applicationMenu() {
             QStringList texts;
@@ -76,10 +70,6 @@ private slots:
         const QString name = runtime.filePath("quellory.socket");
         SingleInstance first(name);
         QVERIFY(!first.reachRunningInstance());
-        QSignalSpy reopens(&first, &SingleInstance::reopenRequested);
-        QVERIFY(reachFromAnotherThread(name));
-        QCOMPARE(reopens.size(), 1);
-
         Program program(false);
         connect(&first, &SingleInstance::reopenRequested, &*program.app, &QuelloryApp::reopen);
         program.app->start();
