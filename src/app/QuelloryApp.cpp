@@ -1,5 +1,6 @@
 #include "QuelloryApp.h"
 
+#include "models/AppCatalog.h"
 #include "platform/Updater.h"
 #include "views/MainView.h"
 #include "views/ViewEnvironment.h"
@@ -27,8 +28,8 @@ void QuelloryApp::useDesktopIcons(const QString &desktopThemeName) {
     if (QIcon::themeName().isEmpty())
         QIcon::setThemeName(desktopThemeName);
     QIcon::setFallbackThemeName(QStringLiteral("Adwaita"));
-    // The program's own picture: asking the theme first would walk all of it at every start.
-    QApplication::setWindowIcon(QIcon(QStringLiteral(":/app.quellory.Quellory.svg")));
+    QApplication::setWindowIcon(QIcon::fromTheme(
+        AppCatalog::builtInBundleIdentifier, QIcon(QStringLiteral(":/app.quellory.Quellory.svg"))));
 }
 
 // Desktops with a global menu show it in their top bar; elsewhere it is the window's menu bar.

@@ -21,8 +21,8 @@ public:
     QuelloryApp(const ViewEnvironment &environment, Workspace &workspace, Scheduler &scheduler,
                 Updater &updater, bool menuDrawnByDesktop, QObject *parent = nullptr);
 
-    // Qt's own icon lookups (the toolbar's gear) follow the desktop's theme, as the program's own
-    // do. Called once, before any window.
+    // Qt's own icon lookups (the toolbar's gear, the window's icon) follow the desktop's theme,
+    // as the program's own do. Called once, before any window.
     static void useDesktopIcons(const QString &desktopThemeName);
 
     AppDelegate &appDelegate() { return m_appDelegate; }

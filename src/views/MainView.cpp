@@ -64,16 +64,10 @@ QWidget *MainView::makeToolbar() {
     toolbar->setBackgroundRole(QPalette::Window);
     m_search->setPlaceholderText(tr("Search apps"));
     m_search->setAccessibleName(tr("Search apps"));
-    // The clear button shows only over text, and setting it up looks its icon up in the theme:
-    // that waits for the first text rather than holding up the window's first paint.
-    auto *const enableClearButton = new QObject(m_search);
-    connect(m_search, &QLineEdit::textChanged, enableClearButton, [this, enableClearButton] {
-        m_search->setClearButtonEnabled(true);
-        // Qt's button has a picture and no name; a screen reader would read nothing.
-        for (QToolButton *button : m_search->findChildren<QToolButton *>())
-            button->setAccessibleName(tr("Clear search"));
-        enableClearButton->deleteLater();
-    });
+    m_search->setClearButtonEnabled(true);
+    // Qt's button has a picture and no name; a screen reader would read nothing.
+    for (QToolButton *button : m_search->findChildren<QToolButton *>())
+        button->setAccessibleName(tr("Clear search"));
     auto *find = new QShortcut(QKeySequence::Find, this);
     connect(find, &QShortcut::activated, m_search, [this] {
         m_search->setFocus(Qt::ShortcutFocusReason);

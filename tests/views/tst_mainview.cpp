@@ -84,6 +84,12 @@ private slots:
         QTRY_VERIFY(w.search()->hasFocus());
         QCOMPARE(w.search()->placeholderText(), "Search apps");
         QCOMPARE(w.search()->accessibleName(), "Search apps");
+        // Its clear button shows over text, with a name for screen readers.
+        QTest::keyClicks(w.search(), "xt");
+        const QList<QToolButton *> clear = w.search()->findChildren<QToolButton *>();
+        QCOMPARE(clear.size(), 1);
+        QTRY_VERIFY(clear.front()->isVisible());
+        QCOMPARE(clear.front()->accessibleName(), "Clear search");
     }
 
     void windowIsHeldToItsSizeLimits_data() {
