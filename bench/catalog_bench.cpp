@@ -4,7 +4,7 @@
 
 #include "BenchFigures.h"
 #include "models/AppCatalog.h"
-#include "platform/linux/DesktopEntryApplications.h"
+#include "platform/linux/freedesktop/DesktopEntryApplications.h"
 
 #include <QCoreApplication>
 #include <QDir>

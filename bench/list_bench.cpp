@@ -13,7 +13,7 @@
 #include "fakes/SimulatedSession.h"
 #include "models/AppSettings.h"
 #include "models/EventLoopScheduler.h"
-#include "platform/linux/IconThemeProvider.h"
+#include "platform/linux/freedesktop/IconThemeProvider.h"
 #include "views/AppsListActions.h"
 #include "views/AppsListView.h"
 #include "views/ViewEnvironment.h"

@@ -8,10 +8,10 @@
 #include "models/EventLoopScheduler.h"
 #include "models/SystemClock.h"
 #include "models/WindowMonitor.h"
-#include "platform/linux/DesktopEntryApplications.h"
-#include "platform/linux/SettingsFileDefaultsStore.h"
-#include "platform/linux/StandardErrorLog.h"
-#include "platform/linux/X11Workspace.h"
+#include "platform/linux/freedesktop/DesktopEntryApplications.h"
+#include "platform/linux/freedesktop/SettingsFileDefaultsStore.h"
+#include "platform/linux/session/StandardErrorLog.h"
+#include "platform/linux/x11/X11Workspace.h"
 #include "session/XSession.h"
 
 #include <algorithm>

@@ -1,5 +1,5 @@
 #include "models/AppCatalog.h"
-#include "platform/linux/DesktopEntryApplications.h"
+#include "platform/linux/freedesktop/DesktopEntryApplications.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,4 +1,4 @@
-#include "platform/linux/IconThemeProvider.h"
+#include "platform/linux/freedesktop/IconThemeProvider.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,6 +1,6 @@
 #include "fakes/RecordingLog.h"
-#include "platform/linux/DesktopEntryApplications.h"
-#include "platform/linux/X11Workspace.h"
+#include "platform/linux/freedesktop/DesktopEntryApplications.h"
+#include "platform/linux/x11/X11Workspace.h"
 #include "session/XSession.h"
 
 #include <QSignalSpy>

@@ -4,9 +4,9 @@
 #include "models/EventLoopScheduler.h"
 #include "models/SystemClock.h"
 #include "models/WindowMonitor.h"
-#include "platform/linux/DesktopEntryApplications.h"
-#include "platform/linux/X11RunningApplication.h"
-#include "platform/linux/X11Workspace.h"
+#include "platform/linux/freedesktop/DesktopEntryApplications.h"
+#include "platform/linux/x11/X11RunningApplication.h"
+#include "platform/linux/x11/X11Workspace.h"
 #include "session/XSession.h"
 #include "views/AppsListActions.h"
 

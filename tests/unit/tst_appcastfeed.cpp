@@ -1,4 +1,4 @@
-#include "models/AppcastFeed.h"
+#include "updates/AppcastFeed.h"
 
 #include <QTest>
 

@@ -1,5 +1,5 @@
 #include "fakes/RecordingUpdatePresenter.h"
-#include "platform/linux/AppcastUpdater.h"
+#include "updates/AppcastUpdater.h"
 
 #include <QHash>
 #include <QHostAddress>

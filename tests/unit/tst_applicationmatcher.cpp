@@ -1,4 +1,4 @@
-#include "platform/linux/ApplicationMatcher.h"
+#include "platform/linux/session/ApplicationMatcher.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,4 +1,4 @@
-#include "platform/linux/DesktopEntryApplications.h"
+#include "platform/linux/freedesktop/DesktopEntryApplications.h"
 
 #include <QDir>
 #include <QFile>

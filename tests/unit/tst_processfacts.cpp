@@ -1,4 +1,4 @@
-#include "platform/linux/ProcessFacts.h"
+#include "platform/linux/session/ProcessFacts.h"
 
 #include <QCoreApplication>
 #include <QTest>

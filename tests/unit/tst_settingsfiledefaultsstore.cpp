@@ -1,6 +1,6 @@
 #include "fakes/VirtualTime.h"
 #include "models/AppUsageStore.h"
-#include "platform/linux/SettingsFileDefaultsStore.h"
+#include "platform/linux/freedesktop/SettingsFileDefaultsStore.h"
 
 #include <QDir>
 #include <QFile>

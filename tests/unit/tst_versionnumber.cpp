@@ -1,4 +1,4 @@
-#include "models/VersionNumber.h"
+#include "updates/VersionNumber.h"
 
 #include <QTest>
 

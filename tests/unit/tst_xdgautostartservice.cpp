@@ -1,4 +1,4 @@
-#include "platform/linux/XdgAutostartService.h"
+#include "platform/linux/freedesktop/XdgAutostartService.h"
 
 #include <QCoreApplication>
 #include <QDir>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "models/VersionNumber.h"
+#include "updates/VersionNumber.h"
 
 #include <optional>
 #include <QByteArray>

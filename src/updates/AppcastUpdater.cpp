@@ -1,7 +1,7 @@
 #include "AppcastUpdater.h"
 
-#include "models/AppcastFeed.h"
-#include "models/VersionNumber.h"
+#include "updates/AppcastFeed.h"
+#include "updates/VersionNumber.h"
 
 #include <QHostAddress>
 #include <QNetworkAccessManager>
