@@ -35,7 +35,7 @@ QIcon settingsIcon() {
 
 MainView::MainView(const ViewEnvironment &environment, QWidget *parent)
     : QWidget(parent), m_environment(environment), m_search(new QLineEdit(this)),
-      m_settingsPopover(new SettingsPopoverView(environment.settings, this)),
+      m_settingsPopover(new SettingsPopoverView(environment.settings, environment.bundles, this)),
       m_content(new QStackedWidget(this)), m_loading(new LaunchLoadingView(m_content)),
       m_list(new AppsListView(environment.monitor, environment.catalog, environment.usage,
                               environment.icons, environment.actions, environment.bundles,
