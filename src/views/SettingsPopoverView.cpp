@@ -1,5 +1,6 @@
 #include "SettingsPopoverView.h"
 
+#include "Contrast.h"
 #include "models/AppSettings.h"
 #include "SettingToggleRow.h"
 
@@ -134,6 +135,8 @@ void SettingsPopoverView::offerSupportLink() {
 
 void SettingsPopoverView::dimSupportLink() {
     QPalette palette = m_supportLink->palette();
-    palette.setColor(QPalette::ButtonText, this->palette().color(QPalette::PlaceholderText));
+    palette.setColor(QPalette::ButtonText,
+                     Contrast::atLeast(this->palette().color(QPalette::PlaceholderText),
+                                       this->palette().color(QPalette::Window), Contrast::text));
     m_supportLink->setPalette(palette);
 }
