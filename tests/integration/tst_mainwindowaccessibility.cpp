@@ -234,7 +234,7 @@ private slots:
         QVERIFY(isWindowShown());
         const QPoint icon = trayIcon();
         QVERIFY(!icon.isNull());
-        QCOMPARE(walkTrayMenu(icon, {"End", "Return"}).value(0), "Quit");
+        QCOMPARE(walkTrayMenu(icon, {"Up", "Return"}).value(0), "Quit");
         QTRY_VERIFY_WITH_TIMEOUT(!XSession::isRunning(m_program), programStartMs);
     }
 
