@@ -1,6 +1,3 @@
-#include "models/AppSettings.h"
-#include "models/AppUsageStore.h"
-#include "platform/linux/SettingsFileDefaultsStore.h"
 #include "session/XSession.h"
 
 #include <QDir>
@@ -60,7 +57,6 @@ private:
     std::unique_ptr<XSession> m_session;
     qint64 m_xterm = 0;
     qint64 m_program = 0;
-    QProcessEnvironment m_environment;
 
     // The client's JSON lines.
     QList<QJsonObject> ask(const QStringList &arguments) {
@@ -135,11 +131,12 @@ private slots:
 
         m_xterm = m_session->start("xterm");
         QVERIFY(m_xterm > 0);
-        m_environment.insert("QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1");
-        m_environment.insert("QT_QPA_PLATFORM", "xcb");
-        m_environment.insert("XDG_DATA_HOME", m_root.filePath("data"));
-        m_environment.insert("XDG_DATA_DIRS", m_root.filePath("system"));
-        m_program = m_session->start(qEnvironmentVariable("QUELLORY_PROGRAM"), {}, m_environment);
+        QProcessEnvironment environment;
+        environment.insert("QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1");
+        environment.insert("QT_QPA_PLATFORM", "xcb");
+        environment.insert("XDG_DATA_HOME", m_root.filePath("data"));
+        environment.insert("XDG_DATA_DIRS", m_root.filePath("system"));
+        m_program = m_session->start(qEnvironmentVariable("QUELLORY_PROGRAM"), {}, environment);
         QVERIFY(m_program > 0);
     }
 
@@ -227,44 +224,6 @@ private slots:
         QCOMPARE(second.exitCode(), 0);
         QTRY_VERIFY_WITH_TIMEOUT(isWindowShown(), programStartMs);
         QVERIFY(XSession::isRunning(m_program));
-    }
-
-    // "Quit" quits with the window open, though the window's own close only hides it.
-    void quitInTheTrayMenuEndsTheProgram() {
-        QVERIFY(isWindowShown());
-        const QPoint icon = trayIcon();
-        QVERIFY(!icon.isNull());
-        QCOMPARE(walkTrayMenu(icon, {"Up", "Return"}).value(0), "Quit");
-        QTRY_VERIFY_WITH_TIMEOUT(!XSession::isRunning(m_program), programStartMs);
-    }
-
-    // Started again, the program finds XTerm running: no launch of it is counted. Without the
-    // tray icon, closing the window leaves it in the task bar, and Ctrl+Q quits.
-    void secondStartCountsNoLaunchAndKeepsTheWindowWithoutTheTrayIcon() {
-        const QString settingsPath =
-            qEnvironmentVariable("XDG_CONFIG_HOME") + "/app.quellory.Quellory/Quellory.conf";
-        const auto launchCounts = [&settingsPath] {
-            return SettingsFileDefaultsStore(settingsPath)
-                .data(AppUsageStore::launchCountsKey)
-                .value_or("none");
-        };
-        const QByteArray countsBefore = launchCounts();
-        QVERIFY2(countsBefore.contains("\"debian-xterm\":"), countsBefore.constData());
-        SettingsFileDefaultsStore(settingsPath).setBool(false, AppSettings::showMenuBarIconKey);
-
-        m_program = m_session->start(qEnvironmentVariable("QUELLORY_PROGRAM"), {}, m_environment);
-        QTRY_VERIFY_WITH_TIMEOUT(describe().rows().contains("XTerm"), programStartMs);
-        m_session->run("wmctrl", {"-c", "Quellory"});
-        QTRY_VERIFY_WITH_TIMEOUT(m_session->run("xprop", {"-name", "Quellory", "_NET_WM_STATE"})
-                                     .contains("_NET_WM_STATE_HIDDEN"),
-                                 programStartMs);
-        QVERIFY(isWindowShown());
-        QVERIFY(XSession::isRunning(m_program));
-
-        m_session->run("xdotool", {"search", "--name", "^Quellory$", "windowactivate", "--sync",
-                                   "key", "ctrl+q"});
-        QTRY_VERIFY_WITH_TIMEOUT(!XSession::isRunning(m_program), programStartMs);
-        QCOMPARE(launchCounts(), countsBefore);
     }
 
     void cleanupTestCase() {
