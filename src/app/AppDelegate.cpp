@@ -8,62 +8,21 @@
 #include "models/WindowMonitor.h"
 #include "platform/Workspace.h"
 #include "StatusMenuItemViews.h"
+#include "TrayIcon.h"
 #include "views/MainView.h"
 
 #include <algorithm>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QCursor>
-#include <QFile>
-#include <QPainter>
 #include <QSystemTrayIcon>
 #include <QTimer>
 
 namespace {
 
 const QString finderBundleID = QStringLiteral("com.apple.finder");
-constexpr int trayIconSize = 22;
 constexpr int menuIconSize = 18;
 constexpr int trayRetryMs = 2000;
-
-// The tray's glyph, with the count drawn on it: trays on Linux show no title beside an icon.
-QIcon trayIcon(int count, const QPalette &palette) {
-    const QString asset = QStringLiteral(":/MenuBarIcon.svg");
-    const QIcon glyph = QFile::exists(asset)
-                            ? QIcon(asset)
-                            : QIcon::fromTheme(QStringLiteral("application-x-executable"));
-    QIcon icon;
-    for (const int scale : {1, 2}) {
-        QPixmap pixmap(trayIconSize * scale, trayIconSize * scale);
-        pixmap.fill(Qt::transparent);
-        QPainter painter(&pixmap);
-        painter.setRenderHint(QPainter::Antialiasing);
-        glyph.paint(&painter, pixmap.rect());
-        // The glyph is a template: it takes the desktop theme's text colour, as panels do.
-        painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
-        painter.fillRect(pixmap.rect(), palette.color(QPalette::WindowText));
-        painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
-        if (count > 0) {
-            const QString text = count > 99 ? QStringLiteral("99+") : QString::number(count);
-            QFont font = painter.font();
-            font.setBold(true);
-            font.setPixelSize(11 * scale);
-            painter.setFont(font);
-            const int width =
-                std::max(QFontMetrics(font).horizontalAdvance(text) + 4 * scale, 13 * scale);
-            const QRect badge(pixmap.width() - width, pixmap.height() - 13 * scale, width,
-                              13 * scale);
-            painter.setPen(Qt::NoPen);
-            painter.setBrush(palette.color(QPalette::Highlight));
-            painter.drawRoundedRect(badge, 6.5 * scale, 6.5 * scale);
-            painter.setPen(palette.color(QPalette::HighlightedText));
-            painter.drawText(badge, Qt::AlignCenter, text);
-        }
-        painter.end();
-        icon.addPixmap(pixmap);
-    }
-    return icon;
-}
 
 } // namespace
 
@@ -136,21 +95,27 @@ void AppDelegate::showMainWindow() {
     setActivationPolicy(ActivationPolicy::Regular);
     if (QWidget *window = findMainWindow()) {
         window->installEventFilter(this);
+        window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
         window->show();
         window->raise();
         window->activateWindow();
     }
 }
 
-// Closing the main window hides it: the program lives on, in the tray when its icon shows.
+// Closing the main window keeps the program: hidden in the tray when its icon shows, else
+// minimised, so that the task bar still has it. A quit closes it for good.
 bool AppDelegate::eventFilter(QObject *watched, QEvent *event) {
     auto *window = qobject_cast<QWidget *>(watched);
-    if (event->type() != QEvent::Close || !window || !window->isWindow() ||
+    if (m_isQuitting || event->type() != QEvent::Close || !window || !window->isWindow() ||
         window->windowTitle() != MainView::windowTitle)
         return QObject::eventFilter(watched, event);
     event->ignore();
-    window->hide();
-    setActivationPolicy(policyWithoutWindow());
+    if (m_settings.showMenuBarIcon()) {
+        window->hide();
+        setActivationPolicy(policyWithoutWindow());
+    } else {
+        window->showMinimized();
+    }
     return true;
 }
 
@@ -217,7 +182,7 @@ void AppDelegate::updateStatusButton() {
     if (!m_statusItem)
         return;
     const int count = runningAppCount();
-    m_statusItem->setIcon(trayIcon(count, QApplication::palette()));
+    m_statusItem->setIcon(TrayIcon::make(count, QApplication::palette()));
     m_statusItem->setToolTip(statusAccessibilityLabel(count));
 }
 
@@ -319,6 +284,8 @@ void AppDelegate::openAppFromMenu() {
     showMainWindow();
 }
 
+// Qt asks every window to close before it quits, and the main window's close would refuse.
 void AppDelegate::quitQuellory() {
+    m_isQuitting = true;
     QCoreApplication::quit();
 }

@@ -15,10 +15,10 @@ class Scheduler;
 class WindowMonitor;
 class Workspace;
 
-// The shell: starts the monitor and the catalog, keeps the main window hidden rather than
-// closed, brings it back on reopen, and owns the tray icon with its menu of quit commands. The
-// activation policy (whether the program shows in the task bar) is kept as the window and the
-// tray icon come and go.
+// The shell: starts the monitor and the catalog, keeps the main window hidden or minimised
+// rather than closed, brings it back on reopen, and owns the tray icon with its menu of quit
+// commands. The activation policy (whether the program shows in the task bar) is kept as the window
+// and the tray icon come and go.
 class AppDelegate final : public QObject {
     Q_OBJECT
 public:
@@ -81,6 +81,7 @@ private:
     std::unique_ptr<QSystemTrayIcon> m_statusItem;
     QMenu m_statusMenu;
     bool m_wasAccessoryBeforeMenu = false;
+    bool m_isQuitting = false;
     ActivationPolicy m_activationPolicy = ActivationPolicy::Regular;
     QTimer *m_trayRetry;
 };

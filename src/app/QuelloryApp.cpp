@@ -60,7 +60,7 @@ void QuelloryApp::start() {
 void QuelloryApp::reopen() {
     const auto windows = QApplication::topLevelWidgets();
     const bool hasVisibleWindows = std::any_of(windows.begin(), windows.end(), [](QWidget *w) {
-        return w->isVisible() && !(w->windowFlags() & Qt::Popup);
+        return w->isVisible() && !w->isMinimized() && !(w->windowFlags() & Qt::Popup);
     });
     m_appDelegate.applicationShouldHandleReopen(hasVisibleWindows);
 }

@@ -1,3 +1,4 @@
+#include "CommandLine.h"
 #include "models/AppCatalog.h"
 #include "models/AppEnvironment.h"
 #include "models/AppSettings.h"
@@ -19,12 +20,18 @@
 #include "views/AppsListActions.h"
 #include "views/UpdateDialog.h"
 #include "views/ViewEnvironment.h"
+#include "WindowSystemGuard.h"
 
+#include <optional>
 #include <QApplication>
 #include <QThreadPool>
 
 int main(int argc, char **argv) {
+    if (const auto status = CommandLine::answer(argc, argv, QStringLiteral(QUELLORY_VERSION)))
+        return *status;
+    std::optional<WindowSystemGuard> guard(std::in_place);
     QApplication application(argc, argv);
+    guard.reset();
     QApplication::setApplicationName(QStringLiteral("Quellory"));
     QApplication::setApplicationVersion(QStringLiteral(QUELLORY_VERSION));
     QApplication::setDesktopFileName(AppCatalog::builtInBundleIdentifier);

@@ -5,6 +5,7 @@
 #include "platform/Workspace.h"
 #include "Scheduler.h"
 
+#include <algorithm>
 #include <QSet>
 
 namespace {
@@ -34,6 +35,10 @@ WindowMonitor &WindowMonitor::shared() {
 }
 
 void WindowMonitor::startObserving() {
+    // What runs before the monitor starts is seeded, not launched: a workspace that reports
+    // its first read as launches must not count them at every start of the program.
+    for (const auto &app : m_workspace.runningApplications())
+        m_runningBeforeStart.push_back(app);
     m_workspaceObservers.append(connect(&m_workspace, &Workspace::didLaunchApplication, this,
                                         &WindowMonitor::applicationDidLaunch));
     m_workspaceObservers.append(
@@ -42,13 +47,19 @@ void WindowMonitor::startObserving() {
 
 void WindowMonitor::applicationDidLaunch(const RunningApplicationPtr &application) {
     // Helpers and agents are not uses of an application.
-    if (application &&
+    if (application && !wasRunningBeforeStart(application) &&
         application->activationPolicy() == RunningApplication::ActivationPolicy::Regular) {
         if (const auto bundleID = application->bundleIdentifier())
             m_scheduler.post(&m_usage,
                              [&usage = m_usage, id = *bundleID] { usage.recordLaunch(id); });
     }
     refresh();
+}
+
+bool WindowMonitor::wasRunningBeforeStart(const RunningApplicationPtr &application) {
+    std::erase_if(m_runningBeforeStart, [](const auto &handle) { return handle.expired(); });
+    return std::any_of(m_runningBeforeStart.begin(), m_runningBeforeStart.end(),
+                       [&application](const auto &handle) { return handle.lock() == application; });
 }
 
 void WindowMonitor::refresh() {

@@ -5,6 +5,7 @@
 #include <memory>
 #include <QList>
 #include <QObject>
+#include <vector>
 
 class AppUsageStore;
 class RepeatingTimer;
@@ -12,7 +13,8 @@ class Scheduler;
 class Workspace;
 
 // Which ordinary applications run in the user's session, following the workspace's launch and
-// end notifications and a repeating refresh. Launches it hears of count as uses.
+// end notifications and a repeating refresh. Launches it hears of count as uses; what already ran
+// when it started observing is seeded instead.
 class WindowMonitor final : public QObject {
     Q_OBJECT
     Q_PROPERTY(QList<RunningApplicationPtr> runningApps READ runningApps NOTIFY runningAppsChanged)
@@ -41,6 +43,7 @@ signals:
 
 private:
     void applicationDidLaunch(const RunningApplicationPtr &application);
+    bool wasRunningBeforeStart(const RunningApplicationPtr &application);
     void setRunningApps(QList<RunningApplicationPtr> apps);
 
     Workspace &m_workspace;
@@ -49,4 +52,6 @@ private:
     QList<RunningApplicationPtr> m_runningApps;
     QList<QMetaObject::Connection> m_workspaceObservers; // launch first, then end
     std::unique_ptr<RepeatingTimer> m_refreshTimer;
+    // The handles of the workspace's first read, while they live.
+    std::vector<std::weak_ptr<RunningApplication>> m_runningBeforeStart;
 };

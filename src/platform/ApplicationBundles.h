@@ -49,6 +49,9 @@ public:
     virtual std::optional<BundleInfo> openBundle(const FolderEntry &entry) const = 0;
     // Where the application with this identifier is installed: the copy that would be launched.
     virtual std::optional<QString> pathForBundleIdentifier(const QString &bundleID) const = 0;
+    // Where the application that the user chose for links of this scheme ("mailto") is
+    // installed, or none when nothing handles them.
+    virtual std::optional<QString> pathForUrlScheme(const QString &scheme) const = 0;
     // The identifier of this program's own bundle as installed, or none.
     virtual std::optional<QString> mainBundleIdentifier() const = 0;
 };

@@ -2,6 +2,7 @@
 
 #include "AppListIcon.h"
 #include "AppsListModel.h"
+#include "Contrast.h"
 
 #include <cmath>
 #include <numbers>
@@ -38,9 +39,10 @@ QColor withAlpha(QColor color, double alpha) {
     return color;
 }
 
-// Secondary text, as placeholders use it.
+// Secondary text, as placeholders use it, still readable on the list.
 QColor secondaryText(const QPalette &palette) {
-    return palette.color(QPalette::PlaceholderText);
+    return Contrast::atLeast(palette.color(QPalette::PlaceholderText),
+                             palette.color(QPalette::Window), Contrast::text);
 }
 
 QFont sized(const QFont &base, double points, QFont::Weight weight) {
@@ -243,6 +245,11 @@ void AppActionRow::paintItem(QPainter &painter, const QStyleOptionViewItem &opti
     checkbox.state = QStyle::State_Enabled | (isSelected ? QStyle::State_On : QStyle::State_Off);
     styleOf(option)->drawPrimitive(QStyle::PE_IndicatorCheckBox, &checkbox, &painter,
                                    option.widget);
+    // Themes edge the box in a shade close to the background; a dark one all but hides it.
+    painter.setPen(Contrast::atLeast(option.palette.color(QPalette::Mid),
+                                     option.palette.color(QPalette::Window), Contrast::control));
+    painter.setBrush(Qt::NoBrush);
+    painter.drawRect(g.checkbox.adjusted(0, 0, -1, -1));
 
     AppListIcon::paint(painter, g.icon,
                        m_icons.image(index.data(AppsListModel::RowKeyRole).toString(),
@@ -265,9 +272,10 @@ void AppActionRow::paintPill(QPainter &painter, const QRect &rect, ActionKind ki
                              const QPalette &palette) const {
     const Metrics &m = m_metrics;
     const QColor accent = palette.color(QPalette::Highlight);
-    const QColor foreground = kind == ActionKind::quit ? withAlpha(systemRed, 0.95) : accent;
-    const QColor fill =
-        kind == ActionKind::quit ? withAlpha(systemRed, 0.12) : withAlpha(accent, 0.14);
+    const QColor tint = kind == ActionKind::quit ? systemRed : accent;
+    const QColor fill = withAlpha(tint, kind == ActionKind::quit ? 0.12 : 0.14);
+    const QColor foreground = Contrast::atLeast(
+        tint, Contrast::over(fill, palette.color(QPalette::Window)), Contrast::text);
 
     painter.setRenderHint(QPainter::Antialiasing);
     const QRectF capsule(rect);

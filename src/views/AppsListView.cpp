@@ -164,6 +164,22 @@ void AppsListView::restoreScrollPosition() {
     m_scrollAnchor = QPersistentModelIndex();
 }
 
+// Home and End, with Control or without, go to the first or last item; headers take no focus.
+void AppsListView::moveToEdge(bool toFirst) {
+    const int count = m_filter->rowCount();
+    for (int i = 0; i < count; ++i) {
+        const QModelIndex index = m_filter->index(toFirst ? i : count - 1 - i, 0);
+        if (!itemAt(index))
+            continue;
+        m_list->setCurrentIndex(index);
+        if (toFirst)
+            m_list->scrollToTop();
+        else
+            m_list->scrollToBottom();
+        return;
+    }
+}
+
 bool AppsListView::eventFilter(QObject *watched, QEvent *event) {
     if (watched != m_list || event->type() != QEvent::KeyPress)
         return QWidget::eventFilter(watched, event);
@@ -174,6 +190,10 @@ bool AppsListView::eventFilter(QObject *watched, QEvent *event) {
     case Qt::Key_Return:
     case Qt::Key_Enter:
         pressRowAction(m_list->currentIndex());
+        return true;
+    case Qt::Key_Home:
+    case Qt::Key_End:
+        moveToEdge(static_cast<QKeyEvent *>(event)->key() == Qt::Key_Home);
         return true;
     default:
         return QWidget::eventFilter(watched, event);

@@ -22,8 +22,8 @@ struct ListItem;
 // The main window's body below its toolbar: the selection bar while anything is ticked, above
 // the searchable list of running and installed applications.
 //
-// Keyboard: Tab reaches the list, the arrow keys move between items, Space ticks or unticks the
-// current item and Return presses its button.
+// Keyboard: Tab reaches the list, the arrow keys move between items, Home and End go to the first
+// and last, Space ticks or unticks the current item and Return presses its button.
 class AppsListView final : public QWidget {
     Q_OBJECT
 public:
@@ -58,6 +58,7 @@ private:
     void repaintBusyRows();
     void holdScrollPosition();
     void restoreScrollPosition();
+    void moveToEdge(bool toFirst);
 
     AppsListActions &m_actions;
     AppListIcon *m_icons;

@@ -1,6 +1,7 @@
 #include "LaunchLoadingView.h"
 
-#include <QLabel>
+#include "SecondaryLabel.h"
+
 #include <QProgressBar>
 #include <QVBoxLayout>
 
@@ -10,11 +11,10 @@ LaunchLoadingView::LaunchLoadingView(QWidget *parent) : QWidget(parent) {
     spinner->setRange(0, 0);
     spinner->setTextVisible(false);
     spinner->setFixedWidth(120);
-    auto *label = new QLabel(tr("Loading apps…"), this);
+    auto *label = new SecondaryLabel(tr("Loading apps…"), QPalette::Window, this);
     QFont font = label->font();
     font.setPointSizeF(13);
     label->setFont(font);
-    label->setForegroundRole(QPalette::PlaceholderText);
     spinner->setAccessibleName(label->text());
 
     auto *layout = new QVBoxLayout(this);

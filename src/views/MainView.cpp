@@ -3,13 +3,16 @@
 #include "AppsListView.h"
 #include "LaunchLoadingView.h"
 #include "models/AppCatalog.h"
+#include "SelectionBar.h"
 #include "SettingsPopoverView.h"
 
 #include <QApplication>
 #include <QGraphicsOpacityEffect>
 #include <QHBoxLayout>
 #include <QLineEdit>
+#include <QListView>
 #include <QPropertyAnimation>
+#include <QPushButton>
 #include <QShortcut>
 #include <QStackedWidget>
 #include <QToolButton>
@@ -35,7 +38,7 @@ QIcon settingsIcon() {
 
 MainView::MainView(const ViewEnvironment &environment, QWidget *parent)
     : QWidget(parent), m_environment(environment), m_search(new QLineEdit(this)),
-      m_settingsPopover(new SettingsPopoverView(environment.settings, this)),
+      m_settingsPopover(new SettingsPopoverView(environment.settings, environment.bundles, this)),
       m_content(new QStackedWidget(this)), m_loading(new LaunchLoadingView(m_content)),
       m_list(new AppsListView(environment.monitor, environment.catalog, environment.usage,
                               environment.icons, environment.actions, environment.bundles,
@@ -57,6 +60,10 @@ MainView::MainView(const ViewEnvironment &environment, QWidget *parent)
             [this] { setShowSettings(false); });
     m_content->setCurrentWidget(environment.catalog.isLoading() ? static_cast<QWidget *>(m_loading)
                                                                 : m_list);
+    // Tab goes as the eye does: the search, the settings button beside it, then the list.
+    setTabOrder(m_search, m_settingsButton);
+    setTabOrder(m_settingsButton, m_list->selectionBar()->actionButton());
+    setTabOrder(m_list->selectionBar()->actionButton(), m_list->listView());
 }
 
 QWidget *MainView::makeToolbar() {
@@ -73,6 +80,8 @@ QWidget *MainView::makeToolbar() {
         m_search->setFocus(Qt::ShortcutFocusReason);
         m_search->selectAll();
     });
+    connect(new QShortcut(Qt::Key_Escape, this), &QShortcut::activated, m_search,
+            &QLineEdit::clear);
 
     m_settingsButton = new QToolButton(toolbar);
     m_settingsButton->setText(tr("Settings"));

@@ -1,9 +1,10 @@
 #include "SelectionBar.h"
 
+#include "ProminentButton.h"
+#include "SecondaryLabel.h"
+
 #include <QHBoxLayout>
-#include <QLabel>
 #include <QPainter>
-#include <QPushButton>
 
 namespace {
 
@@ -20,19 +21,13 @@ QFont sized(QFont font, double points, QFont::Weight weight) {
 } // namespace
 
 SelectionBar::SelectionBar(QWidget *parent)
-    : QWidget(parent), m_summary(new QLabel(this)), m_actionButton(new QPushButton(this)) {
+    : QWidget(parent), m_summary(new SecondaryLabel({}, QPalette::Base, this)),
+      m_actionButton(new ProminentButton(this)) {
     m_summary->setFont(sized(font(), 12, QFont::Normal));
-    m_summary->setForegroundRole(QPalette::PlaceholderText);
-    m_summary->setTextFormat(Qt::PlainText);
     // One line at most; a narrow window cuts the text rather than widening.
     m_summary->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
 
-    // The prominent style: the accent colour fills the button.
     m_actionButton->setFont(sized(font(), 13, QFont::Medium));
-    QPalette prominent = m_actionButton->palette();
-    prominent.setColor(QPalette::Button, prominent.color(QPalette::Highlight));
-    prominent.setColor(QPalette::ButtonText, prominent.color(QPalette::HighlightedText));
-    m_actionButton->setPalette(prominent);
     m_actionButton->setAutoDefault(false);
     connect(m_actionButton, &QPushButton::clicked, this, &SelectionBar::actionTriggered);
 

@@ -1,5 +1,6 @@
 #include "SettingToggleRow.h"
 
+#include "SecondaryLabel.h"
 #include "ToggleSwitch.h"
 
 #include <QBoxLayout>
@@ -21,12 +22,11 @@ QFont systemFont(const QFont &base, qreal pointSize, QFont::Weight weight) {
 SettingToggleRow::SettingToggleRow(const QString &title, const QString &description,
                                    QWidget *parent)
     : QWidget(parent), m_title(new QLabel(title, this)),
-      m_description(new QLabel(description, this)), m_switch(new ToggleSwitch(this)) {
+      m_description(new SecondaryLabel(description, QPalette::Window, this)),
+      m_switch(new ToggleSwitch(this)) {
     m_title->setTextFormat(Qt::PlainText);
     m_title->setFont(systemFont(font(), 13, QFont::Medium));
-    m_description->setTextFormat(Qt::PlainText);
     m_description->setFont(systemFont(font(), 11, QFont::Normal));
-    m_description->setForegroundRole(QPalette::PlaceholderText);
     m_description->setWordWrap(true);
     m_switch->setAccessibleName(title);
     m_switch->setAccessibleDescription(description);

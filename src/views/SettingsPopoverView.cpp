@@ -1,5 +1,6 @@
 #include "SettingsPopoverView.h"
 
+#include "Contrast.h"
 #include "models/AppSettings.h"
 #include "SettingToggleRow.h"
 
@@ -25,8 +26,9 @@ QFrame *divider(QWidget *parent) {
 }
 } // namespace
 
-SettingsPopoverView::SettingsPopoverView(AppSettings &settings, QWidget *parent)
-    : SettingsPopoverView(settings, SupportMail(), parent) {}
+SettingsPopoverView::SettingsPopoverView(AppSettings &settings, const ApplicationBundles &bundles,
+                                         QWidget *parent)
+    : SettingsPopoverView(settings, SupportMail(bundles), parent) {}
 
 SettingsPopoverView::SettingsPopoverView(AppSettings &settings, SupportMail supportMail,
                                          QWidget *parent)
@@ -51,12 +53,12 @@ SettingsPopoverView::SettingsPopoverView(AppSettings &settings, SupportMail supp
     // Created after the rows, so that Tab reaches it last, as it is shown.
     m_supportLink = new QPushButton(tr("Facing issues? Contact us ↗"), this);
     m_supportLink->setFlat(true);
-    m_supportLink->setToolTip(tr("Open Mail to email support"));
     QFont linkFont = font();
     linkFont.setPointSizeF(11);
     linkFont.setWeight(QFont::Normal);
     m_supportLink->setFont(linkFont);
     dimSupportLink();
+    offerSupportLink();
     connect(m_supportLink, &QPushButton::clicked, this,
             [this] { m_supportMail.sendSupportMail(); });
 
@@ -89,6 +91,7 @@ void SettingsPopoverView::popUp(QWidget *anchor) {
 void SettingsPopoverView::showEvent(QShowEvent *event) {
     // The user may have changed the login item elsewhere since the popover was last shown.
     m_settings.syncLaunchAtLoginFromSystem();
+    offerSupportLink();
     QWidget::showEvent(event);
 }
 
@@ -121,8 +124,19 @@ void SettingsPopoverView::bind(SettingToggleRow *row, const std::function<bool()
     connect(&m_settings, changed, row, [row, value] { row->setOn(value()); });
 }
 
+// A mail program may have been set up since the popover was last shown.
+void SettingsPopoverView::offerSupportLink() {
+    const bool canSend = m_supportMail.canSend();
+    m_supportLink->setEnabled(canSend);
+    m_supportLink->setToolTip(canSend ? tr("Open Mail to email support")
+                                      : tr("No mail program is set up. Write to %1 from your mail.")
+                                            .arg(m_supportMail.address()));
+}
+
 void SettingsPopoverView::dimSupportLink() {
     QPalette palette = m_supportLink->palette();
-    palette.setColor(QPalette::ButtonText, this->palette().color(QPalette::PlaceholderText));
+    palette.setColor(QPalette::ButtonText,
+                     Contrast::atLeast(this->palette().color(QPalette::PlaceholderText),
+                                       this->palette().color(QPalette::Window), Contrast::text));
     m_supportLink->setPalette(palette);
 }

@@ -6,6 +6,7 @@
 #include <QWidget>
 
 class AppSettings;
+class ApplicationBundles;
 class QPushButton;
 class SettingToggleRow;
 
@@ -17,7 +18,8 @@ class SettingsPopoverView final : public QWidget {
 public:
     static constexpr int fixedWidth = 300;
 
-    explicit SettingsPopoverView(AppSettings &settings, QWidget *parent = nullptr);
+    SettingsPopoverView(AppSettings &settings, const ApplicationBundles &bundles,
+                        QWidget *parent = nullptr);
     SettingsPopoverView(AppSettings &settings, SupportMail supportMail, QWidget *parent = nullptr);
 
     // Opens below the anchor, centred on it and kept on its screen. A click anywhere else, the
@@ -37,6 +39,7 @@ private:
     void bind(SettingToggleRow *row, const std::function<bool()> &value,
               const std::function<void(bool)> &assign, void (AppSettings::*changed)());
     void dimSupportLink();
+    void offerSupportLink();
 
     AppSettings &m_settings;
     SupportMail m_supportMail;

@@ -4,11 +4,15 @@
 #include <QString>
 #include <QUrl>
 
+class ApplicationBundles;
+
 // The support link: a new mail to the support address, its body filled in with the program's
 // version and the system it runs on, handed to the user's mail program.
 class SupportMail {
 public:
     using Opener = std::function<void(const QUrl &)>;
+    // Whether some program would open a link.
+    using HandlerCheck = std::function<bool(const QUrl &)>;
 
     // What the mail tells support. An empty version or build stands for one that is not known.
     struct About {
@@ -18,17 +22,21 @@ public:
     };
 
     // The address, version and build fixed when the program was built, this system, and the
-    // desktop's handler of mail links.
-    SupportMail();
-    SupportMail(const QString &address, const About &about, Opener open);
+    // desktop's handler of mail links among the installed applications.
+    explicit SupportMail(const ApplicationBundles &bundles);
+    SupportMail(const QString &address, const About &about, Opener open, HandlerCheck hasHandler);
 
     // Invalid when no link can be formed from the address.
     QUrl url() const;
-    // Opens the link, and does nothing more when there is none or nothing handles it.
+    // A link can be formed and a mail program is there to open it.
+    bool canSend() const;
+    // Opens the link when it can; otherwise does nothing.
     void sendSupportMail() const;
+    QString address() const { return m_address; }
 
 private:
     QString m_address;
     About m_about;
     Opener m_open;
+    HandlerCheck m_hasHandler;
 };

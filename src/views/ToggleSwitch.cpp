@@ -1,5 +1,7 @@
 #include "ToggleSwitch.h"
 
+#include "Contrast.h"
+
 #include <QPainter>
 
 namespace {
@@ -33,7 +35,11 @@ void ToggleSwitch::paintEvent(QPaintEvent *) {
     if (!isEnabled())
         painter.setOpacity(0.5);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(palette().color(isChecked() ? QPalette::Highlight : QPalette::Mid));
+    // Off, the track is the switch's whole shape: it stands out from the pane behind it.
+    painter.setBrush(isChecked()
+                         ? palette().color(QPalette::Highlight)
+                         : Contrast::atLeast(palette().color(QPalette::Mid),
+                                             palette().color(QPalette::Window), Contrast::control));
     painter.drawRoundedRect(track, radius, radius);
 
     const qreal diameter = track.height() - 2 * thumbInset;

@@ -11,6 +11,7 @@ public:
     QList<ScanFolder> folders;
     std::optional<QString> mainID;
     QHash<QString, QString> installedPaths; // where the platform says an identifier lives
+    QHash<QString, QString> schemeHandlers; // the application that opens links of a scheme
     mutable std::atomic<int> openCount = 0;
 
     // Adds an entry to a folder, which becomes readable; a bundle of none does not open.
@@ -31,6 +32,10 @@ public:
     std::optional<QString> pathForBundleIdentifier(const QString &bundleID) const override {
         return installedPaths.contains(bundleID) ? std::optional(installedPaths.value(bundleID))
                                                  : std::nullopt;
+    }
+    std::optional<QString> pathForUrlScheme(const QString &scheme) const override {
+        return schemeHandlers.contains(scheme) ? std::optional(schemeHandlers.value(scheme))
+                                               : std::nullopt;
     }
     std::optional<QString> mainBundleIdentifier() const override { return mainID; }
 

@@ -42,6 +42,11 @@ public:
         applications.append(application);
         emit didLaunchApplication(application);
     }
+    // Posts a launch for every application it lists, as a workspace may do with its first read.
+    void announceRunning() {
+        for (const auto &application : applications)
+            emit didLaunchApplication(application);
+    }
     // The application ends and leaves the session, then its end is posted.
     void end(const std::shared_ptr<FakeRunningApplication> &application) {
         application->terminated = true;

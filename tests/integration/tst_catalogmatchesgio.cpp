@@ -18,6 +18,7 @@
 namespace {
 
 const QString listGioArgument = QStringLiteral("--list-gio-applications");
+const QString mailHandlerArgument = QStringLiteral("--mail-handler");
 
 // GIO's own view, printed by a child process: GIO reads the environment and the folders once
 // per process, so every listing needs a fresh one.
@@ -146,11 +147,44 @@ private slots:
         QCOMPARE(catalog, gio);
         QVERIFY(catalog.contains("shown-override\tMine"));
     }
+
+    // The support link is offered only when a mail program would open it.
+    void findsTheMailProgramOnlyWhenOneIsInstalled() {
+        QTemporaryDir tree;
+        const QDir root(tree.path());
+        QVERIFY(QDir().mkpath(root.filePath("data/applications")));
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("XDG_DATA_HOME", root.filePath("data"));
+        environment.insert("XDG_DATA_DIRS", root.filePath("system"));
+        environment.insert("XDG_CONFIG_HOME", root.filePath("config"));
+        environment.insert("XDG_CONFIG_DIRS", root.filePath("config-system"));
+        const auto handler = [&environment] {
+            QProcess child;
+            child.setProcessEnvironment(environment);
+            child.start(QCoreApplication::applicationFilePath(), {mailHandlerArgument});
+            child.waitForFinished(30000);
+            return QString::fromUtf8(child.readAllStandardOutput());
+        };
+        QCOMPARE(handler(), "none");
+        QFile mail(root.filePath("data/applications/mail.desktop"));
+        QVERIFY(mail.open(QIODevice::WriteOnly));
+        mail.write(app("MimeType=x-scheme-handler/mailto;\n"));
+        mail.close();
+        // GIO finds handlers through the cache that a package's installation updates.
+        QCOMPARE(QProcess::execute("update-desktop-database", {root.filePath("data/applications")}),
+                 0);
+        QCOMPARE(handler(), mail.fileName());
+    }
 };
 
 int main(int argc, char **argv) {
     if (argc == 2 && argv[1] == listGioArgument)
         return printGioApplications();
+    if (argc == 2 && argv[1] == mailHandlerArgument) {
+        std::printf("%s", qPrintable(DesktopEntryApplications().pathForUrlScheme("mailto").value_or(
+                              QStringLiteral("none"))));
+        return 0;
+    }
     QCoreApplication application(argc, argv);
     CatalogMatchesGioTest test;
     return QTest::qExec(&test, argc, argv);

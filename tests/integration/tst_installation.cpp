@@ -1,3 +1,4 @@
+#include <memory>
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
@@ -121,6 +122,36 @@ private slots:
         QCOMPARE(readFrom(entry, "^Icon=(.*)$"), appID);
         QCOMPARE(readFrom(metainfo, "<id>([^<]*)</id>"), appID);
         QCOMPARE(readFrom(metainfo, "<binary>([^<]*)</binary>"), "quellory");
+    }
+
+    // A terminal asks the program what it is without a display; with none to show its window
+    // on, it says so in one line and fails rather than aborting.
+    void answersTheCommandLineWithoutADisplay() {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        for (const char *name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+            environment.remove(name);
+        const auto runProgram = [&](const QStringList &arguments) {
+            auto process = std::make_unique<QProcess>();
+            process->setProcessEnvironment(environment);
+            process->start(installed("bin/quellory"), arguments);
+            process->waitForFinished(60000);
+            return process;
+        };
+        const auto help = runProgram({"--help"});
+        QCOMPARE(help->exitStatus(), QProcess::NormalExit);
+        QCOMPARE(help->exitCode(), 0);
+        QVERIFY(help->readAllStandardOutput().startsWith("Usage: "));
+        const auto version = runProgram({"--version"});
+        QCOMPARE(version->exitCode(), 0);
+        QVERIFY(QRegularExpression("^Quellory \\d+\\.\\d+(\\.\\d+)?\n$")
+                    .match(QString::fromUtf8(version->readAllStandardOutput()))
+                    .hasMatch());
+        const auto noDisplay = runProgram({});
+        QCOMPARE(noDisplay->exitStatus(), QProcess::NormalExit);
+        QCOMPARE(noDisplay->exitCode(), 1);
+        const QByteArray error = noDisplay->readAllStandardError();
+        QCOMPARE(error.count('\n'), 1);
+        QVERIFY2(error.startsWith("Quellory: cannot open its window"), error.constData());
     }
 
     // Software centres read the installed tree as a whole: the metainfo with the desktop entry

@@ -2,7 +2,7 @@
 #include <QImageReader>
 #include <QTest>
 
-// The tray glyph is painted over in the panel's text colour, which works only while the artwork
+// The tray glyph is painted over in one colour, which works only while the artwork
 // is black on transparent and stays legible at the tray's sizes.
 class TestMenuBarIcon : public QObject {
     Q_OBJECT

@@ -131,6 +131,31 @@ private slots:
         QCOMPARE(f.usage.launchCounts().value("org.example.Editor"), 1);
     }
 
+    // Every start of the program finds what already runs: that is seeded, never launched, even
+    // from a workspace that posts its first read as launches. What starts later is a launch.
+    void whatRanBeforeTheStartIsSeededNotLaunched() {
+        Fixture f;
+        f.workspace.applications = f.handles({"org.example.Mail 200", "org.example.Editor 100"});
+        const QHash<QString, qint64> seeded{{"org.example.Mail", 1}, {"org.example.Editor", 1}};
+        for (int start = 0; start < 2; ++start) {
+            WindowMonitor monitor(f.workspace, f.usage, f.time);
+            monitor.startObserving();
+            f.workspace.announceRunning();
+            f.time.runPending();
+            QCOMPARE(f.usage.launchCounts(), seeded);
+            QCOMPARE(f.launchedNow(), QStringList());
+        }
+
+        WindowMonitor monitor(f.workspace, f.usage, f.time);
+        monitor.startObserving();
+        f.workspace.end(std::static_pointer_cast<FakeRunningApplication>(
+            f.handles({"org.example.Editor 100"})[0]));
+        f.workspace.launch(FakeRunningApplication::make("org.example.Editor", 101));
+        f.time.runPending();
+        QCOMPARE(f.usage.launchCounts().value("org.example.Editor"), 2);
+        QCOMPARE(f.usage.launchCounts().value("org.example.Mail"), 1);
+    }
+
     void launchesOfNoOrdinaryAppRecordNothing_data() {
         QTest::addColumn<QString>("launched");
         QTest::addColumn<bool>("isPosted"); // the notification carries the handle

@@ -3,9 +3,13 @@
 #include "fakes/FakeLoginItemService.h"
 #include "fakes/SimulatedSession.h"
 #include "models/AppSettings.h"
+#include "views/Contrast.h"
 
+#include <array>
+#include <QPainter>
 #include <QSystemTrayIcon>
 #include <QTest>
+#include <QTimer>
 #include <QWidgetAction>
 
 using Policy = AppDelegate::ActivationPolicy;
@@ -131,6 +135,38 @@ private slots:
         QCOMPARE(beta->terminateCalls, 1);
     }
 
+    // Panels come light and dark, and an XEmbed tray cannot tell the icon which: most of the
+    // glyph's strokes stand out at 3:1 from either, whatever the theme of the program.
+    void trayGlyphShowsOnLightAndDarkPanels_data() {
+        QTest::addColumn<QColor>("panel");
+        QTest::addColumn<QColor>("themeText");
+        QTest::newRow("black panel, light theme") << QColor(Qt::black) << QColor(Qt::black);
+        QTest::newRow("white panel, light theme") << QColor(Qt::white) << QColor(Qt::black);
+        QTest::newRow("black panel, dark theme") << QColor(Qt::black) << QColor(Qt::white);
+        QTest::newRow("white panel, dark theme") << QColor(Qt::white) << QColor(Qt::white);
+    }
+    void trayGlyphShowsOnLightAndDarkPanels() {
+        QFETCH(QColor, panel);
+        QFETCH(QColor, themeText);
+        const QPalette original = QApplication::palette();
+        QPalette theme = original;
+        theme.setColor(QPalette::WindowText, themeText);
+        QApplication::setPalette(theme);
+        Shell shell;
+        QApplication::setPalette(original);
+        QImage shown(22, 22, QImage::Format_RGB32);
+        shown.fill(panel);
+        QPainter painter(&shown);
+        painter.drawPixmap(0, 0, shell.delegate.statusItem()->icon().pixmap(22, 22));
+        painter.end();
+        int legible = 0;
+        for (int y = 0; y < shown.height(); ++y)
+            for (int x = 0; x < shown.width(); ++x)
+                legible += Contrast::ratio(shown.pixelColor(x, y), panel) >= 3.0 ? 1 : 0;
+        // The strokes cover a fifth of the glyph's square or more; an eighth of the icon is ink.
+        QVERIFY2(legible >= 22 * 22 / 8, qPrintable(QString::number(legible)));
+    }
+
     void trayIconFollowsTheSetting() {
         Shell shell;
         QVERIFY(shell.delegate.statusItem());
@@ -164,19 +200,52 @@ private slots:
         QVERIFY(shell.mainWindow.isVisible());
         QCOMPARE(shell.delegate.activationPolicy(), Policy::Regular);
 
-        // Without the tray icon, the program stays in the task bar with its window hidden.
+        // Without the tray icon, the window goes down to the task bar, whence reopen brings it.
         shell.settings.setShowMenuBarIcon(false);
         shell.time.runPending();
         QVERIFY(!shell.mainWindow.close());
+        QVERIFY(shell.mainWindow.isMinimized());
         QCOMPARE(shell.delegate.activationPolicy(), Policy::Regular);
+        shell.delegate.applicationShouldHandleReopen(false);
+        QVERIFY(!shell.mainWindow.isMinimized());
         shell.settings.setShowMenuBarIcon(true);
         shell.time.runPending();
+        QVERIFY(!shell.mainWindow.close());
         QCOMPARE(shell.delegate.activationPolicy(), Policy::Accessory);
 
         // Any other window closes as usual.
         other.setWindowTitle(QStringLiteral("About Quellory"));
         other.installEventFilter(&shell.delegate);
         QVERIFY(other.close());
+    }
+
+    // Qt closes the top-level windows in the order of a hash before it quits, and gives up when
+    // one refuses while another is still visible (the tray's own window is one). The main
+    // window must not refuse then, wherever the hash puts it among the others.
+    void quitEndsTheProgramWhateverIsOpen_data() {
+        QTest::addColumn<bool>("showsMenuBarIcon");
+        QTest::newRow("with the tray icon") << true;
+        QTest::newRow("without the tray icon") << false;
+    }
+    void quitEndsTheProgramWhateverIsOpen() {
+        QFETCH(bool, showsMenuBarIcon);
+        Shell shell;
+        shell.settings.setShowMenuBarIcon(showsMenuBarIcon);
+        shell.time.runPending();
+        std::array<QWidget, 8> others;
+        for (int attempt = 0; attempt < 4; ++attempt) {
+            for (QWidget &other : others)
+                other.show();
+            shell.delegate.showMainWindow();
+            QTimer::singleShot(0, &shell.delegate, &AppDelegate::quitQuellory);
+            // Only stops a refused quit from hanging the test.
+            QTimer refused;
+            refused.setSingleShot(true);
+            connect(&refused, &QTimer::timeout, [] { QCoreApplication::exit(1); });
+            refused.start(2000);
+            QCOMPARE(QCoreApplication::exec(), 0);
+            QVERIFY(!shell.mainWindow.isVisible());
+        }
     }
 
     void openingTheMenuLendsTheRegularPolicy() {

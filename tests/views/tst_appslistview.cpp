@@ -259,7 +259,15 @@ private slots:
         QCOMPARE(current(), "Editor");
         QTest::keyClick(f->list, Qt::Key_Up);
         QCOMPARE(current(), "Terminal");
-        QTest::keyClick(f->list, Qt::Key_Up);
+        // The ends of the list, headers skipped, with Control or without.
+        QTest::keyClick(f->list, Qt::Key_End);
+        QCOMPARE(current(), "Notes");
+        QTest::keyClick(f->list, Qt::Key_Home);
+        QCOMPARE(current(), "Mail");
+        QTest::keyClick(f->list, Qt::Key_End, Qt::ControlModifier);
+        QCOMPARE(current(), "Notes");
+        QTest::keyClick(f->list, Qt::Key_Home, Qt::ControlModifier);
+        QCOMPARE(current(), "Mail");
 
         QCOMPARE(f->checkbox("Mail")->actionInterface()->keyBindingsForAction(toggle),
                  QStringList{"Space"});

@@ -90,6 +90,22 @@ private slots:
         QCOMPARE(clear.size(), 1);
         QTRY_VERIFY(clear.front()->isVisible());
         QCOMPARE(clear.front()->accessibleName(), "Clear search");
+        // Escape clears it.
+        QTest::keyClick(w.search(), Qt::Key_Escape);
+        QCOMPARE(w.search()->text(), "");
+    }
+
+    // Tab goes from the search to the settings button beside it, then to the list.
+    void tabReachesTheSettingsButtonBeforeTheList() {
+        Window w;
+        QVERIFY(QTest::qWaitForWindowExposed(&w.window));
+        w.window.activateWindow();
+        QTRY_VERIFY(!w.catalog.isLoading());
+        w.search()->setFocus();
+        QTest::keyClick(w.search(), Qt::Key_Tab);
+        QCOMPARE(QApplication::focusWidget(), w.settingsButton());
+        QTest::keyClick(w.settingsButton(), Qt::Key_Tab);
+        QCOMPARE(QApplication::focusWidget(), w.list()->listView());
     }
 
     void windowIsHeldToItsSizeLimits_data() {

@@ -29,14 +29,16 @@ struct PoppedUp {
     FakeLoginItemService service;
     AppSettings settings{defaults, service};
     QList<QUrl> mailed;
+    bool hasMailProgram = true;
     QWidget window;
     QPushButton *anchor = new QPushButton("Settings", &window);
     SettingsPopoverView view;
 
     explicit PoppedUp(const SupportMail::About &about = {"1.4", "27", "Debian GNU/Linux 12"})
         : view(settings,
-               SupportMail("support@quellory.app", about,
-                           [this](const QUrl &url) { mailed.append(url); }),
+               SupportMail(
+                   "support@quellory.app", about, [this](const QUrl &url) { mailed.append(url); },
+                   [this](const QUrl &url) { return hasMailProgram && url.scheme() == "mailto"; }),
                &window) {}
 
     bool popUp() {
@@ -167,6 +169,25 @@ private slots:
         QCOMPARE(popover.mailed,
                  QList{QUrl::fromEncoded(
                      "mailto:support@quellory.app?subject=Quellory%20Support&body=" + body)});
+    }
+
+    // Without a mail program the link would open nothing: it is off, and says where to write.
+    void withoutAMailProgramTheLinkTellsTheAddress() {
+        PoppedUp popover;
+        popover.hasMailProgram = false;
+        QVERIFY(popover.popUp());
+        QPushButton *link = popover.supportLink();
+        QVERIFY(!link->isEnabled());
+        QCOMPARE(link->toolTip(),
+                 "No mail program is set up. Write to support@quellory.app from your mail.");
+        link->click();
+        QVERIFY(popover.mailed.isEmpty());
+        popover.view.hide();
+        popover.hasMailProgram = true;
+        QVERIFY(popover.popUp());
+        QVERIFY(link->isEnabled());
+        QTest::mouseClick(link, Qt::LeftButton);
+        QCOMPARE(popover.mailed.size(), 1);
     }
 
     void dimmedTextsFollowTheTheme() {

@@ -1,5 +1,6 @@
 #include "DesktopEntryApplications.h"
 
+#include "DesktopAppLauncher.h"
 #include "DesktopEntryFile.h"
 #include "DesktopFileTree.h"
 
@@ -212,6 +213,10 @@ DesktopEntryApplications::pathForBundleIdentifier(const QString &bundleID) const
             return path;
     }
     return std::nullopt;
+}
+
+std::optional<QString> DesktopEntryApplications::pathForUrlScheme(const QString &scheme) const {
+    return DesktopAppLauncher::handlerOfScheme(scheme);
 }
 
 std::optional<QString> DesktopEntryApplications::mainBundleIdentifier() const {

@@ -38,6 +38,7 @@ public:
     QString bundleSuffix() const override;
     std::optional<BundleInfo> openBundle(const FolderEntry &entry) const override;
     std::optional<QString> pathForBundleIdentifier(const QString &bundleID) const override;
+    std::optional<QString> pathForUrlScheme(const QString &scheme) const override;
     std::optional<QString> mainBundleIdentifier() const override;
 
 private:
