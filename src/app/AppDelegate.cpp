@@ -125,11 +125,7 @@ void AppDelegate::setActivationPolicy(ActivationPolicy policy) {
 }
 
 QWidget *AppDelegate::findMainWindow() {
-    const auto windows = QApplication::topLevelWidgets();
-    const auto found = std::find_if(windows.begin(), windows.end(), [](const QWidget *window) {
-        return window->windowTitle() == MainView::windowTitle;
-    });
-    return found == windows.end() ? nullptr : *found;
+    return MainView::findMainWindow();
 }
 
 void AppDelegate::showMainWindow() {

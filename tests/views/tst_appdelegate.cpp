@@ -179,6 +179,21 @@ private slots:
         QVERIFY(other.close());
     }
 
+    void theMainWindowIsTheFirstQuelloryWindowMade() {
+        Shell shell;
+        shell.mainWindow.hide();
+        // Later windows of the same title never take its place, even while it is hidden.
+        std::vector<std::unique_ptr<QWidget>> later(40);
+        for (auto &window : later) {
+            window = std::make_unique<QWidget>();
+            window->setWindowTitle(QStringLiteral("Quellory"));
+            window->show();
+        }
+        QCOMPARE(AppDelegate::findMainWindow(), &shell.mainWindow);
+        shell.delegate.showMainWindow();
+        QVERIFY(shell.mainWindow.isVisible());
+    }
+
     void openingTheMenuLendsTheRegularPolicy() {
         Shell shell;
         shell.mainWindow.close();
