@@ -14,6 +14,7 @@
 #include "platform/linux/StatusNotifierWatcher.h"
 #include "platform/linux/X11Workspace.h"
 #include "platform/linux/XdgAutostartService.h"
+#include "QtMessageFilter.h"
 #include "QuelloryApp.h"
 #include "SingleInstance.h"
 #include "views/AppsListActions.h"
@@ -24,6 +25,7 @@
 #include <QThreadPool>
 
 int main(int argc, char **argv) {
+    QtMessageFilter::install();
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Quellory"));
     QApplication::setApplicationVersion(QStringLiteral(QUELLORY_VERSION));
