@@ -8,6 +8,7 @@
 #include "models/WindowMonitor.h"
 #include "platform/Workspace.h"
 #include "StatusMenuItemViews.h"
+#include "views/LiteralText.h"
 #include "views/MainView.h"
 
 #include <algorithm>
@@ -217,9 +218,13 @@ void AppDelegate::updateStatusButton() {
     m_statusItem->setToolTip(statusAccessibilityLabel(count));
 }
 
+QAction *AppDelegate::addItem(const QString &text) {
+    return m_statusMenu.addAction(LiteralText::forShortcutMarks(text));
+}
+
 void AppDelegate::addHeader(const QString &title) {
     if (m_menuDrawnByDesktop)
-        m_statusMenu.addAction(title)->setEnabled(false);
+        addItem(title)->setEnabled(false);
     else
         (new SectionHeaderMenuItemView(title))->addTo(m_statusMenu, true, title);
 }
@@ -248,7 +253,7 @@ void AppDelegate::rebuildStatusMenu() {
                                 b->localizedName().value_or(QString())) < 0;
     });
     if (apps.isEmpty()) {
-        m_statusMenu.addAction(tr("No Apps Running"))->setEnabled(false);
+        addItem(tr("No Apps Running"))->setEnabled(false);
     } else {
         addHeader(tr("Running Apps"));
         for (qsizetype i = 0; i < apps.size(); ++i) {
@@ -258,10 +263,9 @@ void AppDelegate::rebuildStatusMenu() {
         }
     }
     m_statusMenu.addSeparator();
-    connect(m_statusMenu.addAction(tr("Open Quellory")), &QAction::triggered, this,
-            &AppDelegate::openAppFromMenu);
+    connect(addItem(tr("Open Quellory")), &QAction::triggered, this, &AppDelegate::openAppFromMenu);
     m_statusMenu.addSeparator();
-    QAction *quit = m_statusMenu.addAction(tr("Quit"));
+    QAction *quit = addItem(tr("Quit"));
     quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
     connect(quit, &QAction::triggered, this, &AppDelegate::quitQuellory);
 }
@@ -269,7 +273,8 @@ void AppDelegate::rebuildStatusMenu() {
 QAction *AppDelegate::makeQuitItem(const RunningApplicationPtr &application) {
     const QString name =
         application->localizedName().value_or(application->bundleIdentifier().value_or(QString()));
-    auto *item = new QAction(QStringLiteral("Quit ") + name, &m_statusMenu);
+    auto *item =
+        new QAction(LiteralText::forShortcutMarks(QStringLiteral("Quit ") + name), &m_statusMenu);
     item->setData(application->processIdentifier());
     if (const QImage icon = application->icon(); !icon.isNull())
         item->setIcon(QPixmap::fromImage(icon.scaled(

@@ -67,6 +67,7 @@ private:
     void setActivationPolicy(ActivationPolicy policy);
     ActivationPolicy policyWithoutWindow() const;
     QAction *makeQuitItem(const RunningApplicationPtr &application);
+    QAction *addItem(const QString &text);
     void addHeader(const QString &title);
     void addSpacer();
     void showStatusItemWhenTrayAppears();

@@ -2,6 +2,7 @@
 
 #include "AppsListView.h"
 #include "LaunchLoadingView.h"
+#include "LiteralText.h"
 #include "models/AppCatalog.h"
 #include "SettingsPopoverView.h"
 
@@ -77,7 +78,7 @@ QWidget *MainView::makeToolbar() {
     });
 
     m_settingsButton = new QToolButton(toolbar);
-    m_settingsButton->setText(tr("Settings"));
+    m_settingsButton->setText(LiteralText::forShortcutMarks(tr("Settings")));
     m_settingsButton->setToolTip(tr("Settings"));
     m_settingsButton->setAccessibleName(tr("Settings"));
     m_settingsButton->setIcon(settingsIcon());

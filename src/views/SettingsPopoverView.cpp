@@ -1,5 +1,6 @@
 #include "SettingsPopoverView.h"
 
+#include "LiteralText.h"
 #include "models/AppSettings.h"
 #include "SettingToggleRow.h"
 
@@ -49,7 +50,8 @@ SettingsPopoverView::SettingsPopoverView(AppSettings &settings, SupportMail supp
         &AppSettings::showMenuBarIconChanged);
 
     // Created after the rows, so that Tab reaches it last, as it is shown.
-    m_supportLink = new QPushButton(tr("Facing issues? Contact us ↗"), this);
+    m_supportLink =
+        new QPushButton(LiteralText::forShortcutMarks(tr("Facing issues? Contact us ↗")), this);
     m_supportLink->setFlat(true);
     m_supportLink->setToolTip(tr("Open Mail to email support"));
     QFont linkFont = font();

@@ -1,9 +1,11 @@
 #include "app/AppDelegate.h"
 #include "app/StatusMenuItemViews.h"
+#include "fakes/DrawnTextStyle.h"
 #include "fakes/FakeLoginItemService.h"
 #include "fakes/SimulatedSession.h"
 #include "models/AppSettings.h"
 
+#include <QAccessible>
 #include <QSystemTrayIcon>
 #include <QTest>
 #include <QWidgetAction>
@@ -12,18 +14,21 @@ using Policy = AppDelegate::ActivationPolicy;
 
 namespace {
 
-// The menu as a reader sees it: "[Header]", "---" for a separator, "(gap)" for a spacer, and
-// item texts, disabled ones in brackets.
-QStringList describe(const QMenu &menu) {
+// The menu as a screen reader hears it: "[Header]", "---" for a separator, "(gap)" for a spacer,
+// and item names, disabled ones in brackets.
+QStringList describe(QMenu &menu) {
     QStringList lines;
-    for (const QAction *action : menu.actions()) {
-        if (const auto *view = qobject_cast<const QWidgetAction *>(action)) {
+    const QList<QAction *> actions = menu.actions();
+    QAccessibleInterface *reader = QAccessible::queryAccessibleInterface(&menu);
+    for (qsizetype i = 0; i < actions.size(); ++i) {
+        const QString heard = reader->child(int(i))->text(QAccessible::Name);
+        if (const auto *view = qobject_cast<const QWidgetAction *>(actions[i])) {
             const auto *header = qobject_cast<SectionHeaderMenuItemView *>(view->defaultWidget());
-            lines << (header ? "[" + header->title() + "]" : QStringLiteral("(gap)"));
-        } else if (action->isSeparator()) {
+            lines << (header ? "[" + heard + "]" : QStringLiteral("(gap)"));
+        } else if (actions[i]->isSeparator()) {
             lines << "---";
         } else {
-            lines << (action->isEnabled() ? action->text() : "(" + action->text() + ")");
+            lines << (actions[i]->isEnabled() ? heard : "(" + heard + ")");
         }
     }
     return lines;
@@ -54,6 +59,12 @@ private:
         QStringList menu() {
             delegate.rebuildStatusMenu();
             return describe(delegate.statusMenu());
+        }
+        QAction *item(const QString &text) {
+            for (QAction *action : delegate.statusMenu().actions())
+                if (action->text() == text)
+                    return action;
+            return nullptr;
         }
     };
 
@@ -94,6 +105,20 @@ private slots:
                  QKeySequence(Qt::CTRL | Qt::Key_Q));
     }
 
+    void namesShowAsTheyStandWithoutShortcuts() {
+        Shell shell;
+        shell.launch("org.gnome.Software", "Software & Updates", 20);
+        QCOMPARE(shell.menu().at(3), "Quit Software & Updates");
+        QMenu &menu = shell.delegate.statusMenu();
+        DrawnTextStyle style;
+        menu.setStyle(&style);
+        menu.grab();
+        QVERIFY(style.drew("Quit Software & Updates"));
+        QCOMPARE(
+            QAccessible::queryAccessibleInterface(&menu)->child(3)->text(QAccessible::Accelerator),
+            "");
+    }
+
     void desktopDrawnMenuHasPlainItemsWithTheSameTexts() {
         Shell shell(true);
         shell.launch("org.example.Beta", "beta", 20);
@@ -108,13 +133,7 @@ private slots:
         const auto beta = shell.launch("org.example.Beta", "beta", 20);
         const auto finder = shell.launch("com.apple.finder", "Finder", 11);
         shell.menu();
-        const auto item = [&shell](const QString &text) {
-            for (QAction *action : shell.delegate.statusMenu().actions())
-                if (action->text() == text)
-                    return action;
-            return static_cast<QAction *>(nullptr);
-        };
-        QAction *quitBeta = item("Quit beta");
+        QAction *quitBeta = shell.item("Quit beta");
         QVERIFY(quitBeta);
         quitBeta->trigger();
         QCOMPARE(beta->terminateCalls, 1);
