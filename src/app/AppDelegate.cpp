@@ -164,8 +164,7 @@ QString AppDelegate::statusTitle(int count) {
 }
 
 QString AppDelegate::statusAccessibilityLabel(int count) {
-    return count == 1 ? QStringLiteral("Quellory, 1 running app")
-                      : QStringLiteral("Quellory, %1 running apps").arg(count);
+    return tr("Quellory, %n running app(s)", nullptr, count);
 }
 
 void AppDelegate::installStatusItem() {
@@ -273,8 +272,7 @@ void AppDelegate::rebuildStatusMenu() {
 QAction *AppDelegate::makeQuitItem(const RunningApplicationPtr &application) {
     const QString name =
         application->localizedName().value_or(application->bundleIdentifier().value_or(QString()));
-    auto *item =
-        new QAction(LiteralText::forShortcutMarks(QStringLiteral("Quit ") + name), &m_statusMenu);
+    auto *item = new QAction(LiteralText::forShortcutMarks(tr("Quit %1").arg(name)), &m_statusMenu);
     item->setData(application->processIdentifier());
     if (const QImage icon = application->icon(); !icon.isNull())
         item->setIcon(QPixmap::fromImage(icon.scaled(

@@ -18,6 +18,7 @@
 #include "QuelloryApp.h"
 #include "SingleInstance.h"
 #include "views/AppsListActions.h"
+#include "views/Translations.h"
 #include "views/UpdateDialog.h"
 #include "views/ViewEnvironment.h"
 
@@ -29,6 +30,7 @@ int main(int argc, char **argv) {
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Quellory"));
     QApplication::setApplicationVersion(QStringLiteral(QUELLORY_VERSION));
+    Translations::install(QLocale::system());
     QApplication::setDesktopFileName(AppCatalog::builtInBundleIdentifier);
     QuelloryApp::useDesktopIcons(IconThemeProvider::desktopThemeName());
     // The program's windows stay when the last one is hidden: it lives on in the tray.

@@ -4,6 +4,7 @@
 #include "fakes/FakeLoginItemService.h"
 #include "fakes/SimulatedSession.h"
 #include "models/AppSettings.h"
+#include "views/Translations.h"
 
 #include <QAccessible>
 #include <QSystemTrayIcon>
@@ -69,6 +70,7 @@ private:
     };
 
 private slots:
+    void initTestCase() { Translations::install(QLocale(QLocale::English)); }
     void countsEverythingButItself() {
         Shell shell;
         QVERIFY(shell.delegate.statusItem());

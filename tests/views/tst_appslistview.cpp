@@ -3,6 +3,7 @@
 #include "views/AppActionRow.h"
 #include "views/AppsListAccessible.h"
 #include "views/SelectionBar.h"
+#include "views/Translations.h"
 
 #include <QAccessible>
 #include <QHelpEvent>
@@ -104,6 +105,7 @@ class AppsListViewTest : public QObject {
     std::unique_ptr<Fixture> f;
 
 private slots:
+    void initTestCase() { Translations::install(QLocale(QLocale::English)); }
     void init() {
         f = std::make_unique<Fixture>();
         QVERIFY(f->show());
