@@ -2,6 +2,7 @@
 
 #include "models/AppCatalog.h"
 #include "models/AppSettings.h"
+#include "models/IconCache.h"
 #include "models/Observation.h"
 #include "models/Scheduler.h"
 #include "models/UserCollation.h"
@@ -69,10 +70,10 @@ QIcon trayIcon(int count, const QPalette &palette) {
 } // namespace
 
 AppDelegate::AppDelegate(AppSettings &settings, WindowMonitor &monitor, AppCatalog &catalog,
-                         Workspace &workspace, Scheduler &scheduler,
+                         IconCache &icons, Workspace &workspace, Scheduler &scheduler,
                          const ApplicationBundles &bundles, bool menuDrawnByDesktop,
                          QObject *parent)
-    : QObject(parent), m_settings(settings), m_monitor(monitor), m_catalog(catalog),
+    : QObject(parent), m_settings(settings), m_monitor(monitor), m_catalog(catalog), m_icons(icons),
       m_workspace(workspace), m_scheduler(scheduler), m_bundles(bundles),
       m_menuDrawnByDesktop(menuDrawnByDesktop), m_trayRetry(new QTimer(this)) {
     connect(&m_statusMenu, &QMenu::aboutToShow, this, &AppDelegate::rebuildStatusMenu);
@@ -274,9 +275,15 @@ QAction *AppDelegate::makeQuitItem(const RunningApplicationPtr &application) {
         application->localizedName().value_or(application->bundleIdentifier().value_or(QString()));
     auto *item = new QAction(LiteralText::forShortcutMarks(tr("Quit %1").arg(name)), &m_statusMenu);
     item->setData(application->processIdentifier());
-    if (const QImage icon = application->icon(); !icon.isNull())
+    const auto setIcon = [item](const QImage &icon) {
         item->setIcon(QPixmap::fromImage(icon.scaled(
             menuIconSize, menuIconSize, Qt::KeepAspectRatio, Qt::SmoothTransformation)));
+    };
+    // Windows without an icon of their own show their entry's, as the list's rows do.
+    if (const QImage icon = application->icon(); !icon.isNull())
+        setIcon(icon);
+    else if (const auto path = application->bundlePath())
+        m_icons.loadIcon(path, nullptr, item, setIcon);
     connect(item, &QAction::triggered, this, [this, item] { quitRunningApp(item); });
     return item;
 }

@@ -16,7 +16,8 @@ QuelloryApp::QuelloryApp(const ViewEnvironment &environment, Workspace &workspac
                          Scheduler &scheduler, Updater &updater, bool menuDrawnByDesktop,
                          QObject *parent)
     : QObject(parent), m_appDelegate(environment.settings, environment.monitor, environment.catalog,
-                                     workspace, scheduler, environment.bundles, menuDrawnByDesktop),
+                                     environment.icons, workspace, scheduler, environment.bundles,
+                                     menuDrawnByDesktop),
       m_updater(updater) {
     m_updater.startUpdater();
     m_window.setWindowTitle(MainView::windowTitle);

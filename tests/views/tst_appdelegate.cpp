@@ -50,7 +50,8 @@ private:
         AppDelegate delegate;
 
         explicit Shell(bool menuDrawnByDesktop = false)
-            : delegate(settings, monitor, catalog, workspace, time, bundles, menuDrawnByDesktop) {
+            : delegate(settings, monitor, catalog, icons, workspace, time, bundles,
+                       menuDrawnByDesktop) {
             bundles.mainID = QStringLiteral("app.quellory.Quellory");
             mainWindow.setWindowTitle(QStringLiteral("Quellory"));
             mainWindow.show();
@@ -150,6 +151,23 @@ private slots:
         shell.end(beta);
         quitBeta->trigger();
         QCOMPARE(beta->terminateCalls, 1);
+    }
+
+    void quitItemsShowTheWindowsIconElseTheEntrys() {
+        Shell shell;
+        const auto colourOf = [](const QAction *item) {
+            return item->icon().pixmap(18).toImage().pixelColor(9, 9);
+        };
+        const auto bare = shell.launch("org.example.Bare", "Bare", 20);
+        bare->path = SimulatedSession::pathOf("org.example.Bare");
+        const auto own = shell.launch("org.example.Own", "Own", 21);
+        own->path = SimulatedSession::pathOf("org.example.Own");
+        own->image = QImage(16, 16, QImage::Format_ARGB32);
+        own->image.fill(Qt::red);
+        shell.menu();
+        QCOMPARE(colourOf(shell.item("Quit Own")), QColor(Qt::red));
+        QTRY_COMPARE(colourOf(shell.item("Quit Bare")),
+                     FakeIconProvider::iconFor(*bare->path).pixelColor(0, 0));
     }
 
     void trayIconFollowsTheSetting() {
