@@ -12,9 +12,9 @@ class QtMessageFilter final {
 public:
     // Installed before the application object, so that the platform's start is filtered too.
     static void install();
-    static bool isNoise(const QMessageLogContext &context, const QString &message);
 
 private:
+    static bool isNoise(const QMessageLogContext &context, const QString &message);
     static void handle(QtMsgType type, const QMessageLogContext &context, const QString &message);
     static inline QtMessageHandler s_next = nullptr;
 };
