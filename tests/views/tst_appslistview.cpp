@@ -321,8 +321,7 @@ private slots:
         QVERIFY(style.drew("Open 1 App & Quit 2 Apps"));
         QCOMPARE(reader->text(QAccessible::Name), "Open 1 App & Quit 2 Apps");
         QCOMPARE(reader->text(QAccessible::Accelerator), "");
-        QTest::keyClick(&f->window, Qt::Key_Q, Qt::AltModifier);
-        QVERIFY(f->log.lines.isEmpty());
+        QVERIFY(button->shortcut().isEmpty());
 
         QTest::mouseClick(button, Qt::LeftButton);
 
