@@ -2,6 +2,7 @@
 
 #include "models/AppCatalog.h"
 #include "models/AppSettings.h"
+#include "models/IconCache.h"
 #include "models/Observation.h"
 #include "models/Scheduler.h"
 #include "models/UserCollation.h"
@@ -9,6 +10,7 @@
 #include "platform/Workspace.h"
 #include "StatusMenuItemViews.h"
 #include "TrayIcon.h"
+#include "views/LiteralText.h"
 #include "views/MainView.h"
 
 #include <algorithm>
@@ -27,10 +29,10 @@ constexpr int trayRetryMs = 2000;
 } // namespace
 
 AppDelegate::AppDelegate(AppSettings &settings, WindowMonitor &monitor, AppCatalog &catalog,
-                         Workspace &workspace, Scheduler &scheduler,
+                         IconCache &icons, Workspace &workspace, Scheduler &scheduler,
                          const ApplicationBundles &bundles, bool menuDrawnByDesktop,
                          QObject *parent)
-    : QObject(parent), m_settings(settings), m_monitor(monitor), m_catalog(catalog),
+    : QObject(parent), m_settings(settings), m_monitor(monitor), m_catalog(catalog), m_icons(icons),
       m_workspace(workspace), m_scheduler(scheduler), m_bundles(bundles),
       m_menuDrawnByDesktop(menuDrawnByDesktop), m_trayRetry(new QTimer(this)) {
     connect(&m_statusMenu, &QMenu::aboutToShow, this, &AppDelegate::rebuildStatusMenu);
@@ -84,11 +86,7 @@ void AppDelegate::setActivationPolicy(ActivationPolicy policy) {
 }
 
 QWidget *AppDelegate::findMainWindow() {
-    const auto windows = QApplication::topLevelWidgets();
-    const auto found = std::find_if(windows.begin(), windows.end(), [](const QWidget *window) {
-        return window->windowTitle() == MainView::windowTitle;
-    });
-    return found == windows.end() ? nullptr : *found;
+    return MainView::findMainWindow();
 }
 
 void AppDelegate::showMainWindow() {
@@ -132,8 +130,7 @@ QString AppDelegate::statusTitle(int count) {
 }
 
 QString AppDelegate::statusAccessibilityLabel(int count) {
-    return count == 1 ? QStringLiteral("Quellory, 1 running app")
-                      : QStringLiteral("Quellory, %1 running apps").arg(count);
+    return tr("Quellory, %n running app(s)", nullptr, count);
 }
 
 void AppDelegate::installStatusItem() {
@@ -186,9 +183,13 @@ void AppDelegate::updateStatusButton() {
     m_statusItem->setToolTip(statusAccessibilityLabel(count));
 }
 
+QAction *AppDelegate::addItem(const QString &text) {
+    return m_statusMenu.addAction(LiteralText::forShortcutMarks(text));
+}
+
 void AppDelegate::addHeader(const QString &title) {
     if (m_menuDrawnByDesktop)
-        m_statusMenu.addAction(title)->setEnabled(false);
+        addItem(title)->setEnabled(false);
     else
         (new SectionHeaderMenuItemView(title))->addTo(m_statusMenu, true, title);
 }
@@ -217,7 +218,7 @@ void AppDelegate::rebuildStatusMenu() {
                                 b->localizedName().value_or(QString())) < 0;
     });
     if (apps.isEmpty()) {
-        m_statusMenu.addAction(tr("No Apps Running"))->setEnabled(false);
+        addItem(tr("No Apps Running"))->setEnabled(false);
     } else {
         addHeader(tr("Running Apps"));
         for (qsizetype i = 0; i < apps.size(); ++i) {
@@ -227,10 +228,9 @@ void AppDelegate::rebuildStatusMenu() {
         }
     }
     m_statusMenu.addSeparator();
-    connect(m_statusMenu.addAction(tr("Open Quellory")), &QAction::triggered, this,
-            &AppDelegate::openAppFromMenu);
+    connect(addItem(tr("Open Quellory")), &QAction::triggered, this, &AppDelegate::openAppFromMenu);
     m_statusMenu.addSeparator();
-    QAction *quit = m_statusMenu.addAction(tr("Quit"));
+    QAction *quit = addItem(tr("Quit"));
     quit->setShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q));
     connect(quit, &QAction::triggered, this, &AppDelegate::quitQuellory);
 }
@@ -238,11 +238,17 @@ void AppDelegate::rebuildStatusMenu() {
 QAction *AppDelegate::makeQuitItem(const RunningApplicationPtr &application) {
     const QString name =
         application->localizedName().value_or(application->bundleIdentifier().value_or(QString()));
-    auto *item = new QAction(QStringLiteral("Quit ") + name, &m_statusMenu);
+    auto *item = new QAction(LiteralText::forShortcutMarks(tr("Quit %1").arg(name)), &m_statusMenu);
     item->setData(application->processIdentifier());
-    if (const QImage icon = application->icon(); !icon.isNull())
+    const auto setIcon = [item](const QImage &icon) {
         item->setIcon(QPixmap::fromImage(icon.scaled(
             menuIconSize, menuIconSize, Qt::KeepAspectRatio, Qt::SmoothTransformation)));
+    };
+    // Windows without an icon of their own show their entry's, as the list's rows do.
+    if (const QImage icon = application->icon(); !icon.isNull())
+        setIcon(icon);
+    else if (const auto path = application->bundlePath())
+        m_icons.loadIcon(path, nullptr, item, setIcon);
     connect(item, &QAction::triggered, this, [this, item] { quitRunningApp(item); });
     return item;
 }

@@ -9,6 +9,7 @@
 class AppCatalog;
 class AppSettings;
 class ApplicationBundles;
+class IconCache;
 class QSystemTrayIcon;
 class QTimer;
 class Scheduler;
@@ -27,8 +28,9 @@ public:
     // menuDrawnByDesktop: the tray's menu is exported to the desktop, which draws it itself
     // and shows plain items only.
     AppDelegate(AppSettings &settings, WindowMonitor &monitor, AppCatalog &catalog,
-                Workspace &workspace, Scheduler &scheduler, const ApplicationBundles &bundles,
-                bool menuDrawnByDesktop, QObject *parent = nullptr);
+                IconCache &icons, Workspace &workspace, Scheduler &scheduler,
+                const ApplicationBundles &bundles, bool menuDrawnByDesktop,
+                QObject *parent = nullptr);
     ~AppDelegate() override;
 
     void applicationDidFinishLaunching();
@@ -67,6 +69,7 @@ private:
     void setActivationPolicy(ActivationPolicy policy);
     ActivationPolicy policyWithoutWindow() const;
     QAction *makeQuitItem(const RunningApplicationPtr &application);
+    QAction *addItem(const QString &text);
     void addHeader(const QString &title);
     void addSpacer();
     void showStatusItemWhenTrayAppears();
@@ -74,6 +77,7 @@ private:
     AppSettings &m_settings;
     WindowMonitor &m_monitor;
     AppCatalog &m_catalog;
+    IconCache &m_icons;
     Workspace &m_workspace;
     Scheduler &m_scheduler;
     const ApplicationBundles &m_bundles;

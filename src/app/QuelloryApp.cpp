@@ -2,6 +2,7 @@
 
 #include "models/AppCatalog.h"
 #include "platform/Updater.h"
+#include "views/LiteralText.h"
 #include "views/MainView.h"
 #include "views/ViewEnvironment.h"
 
@@ -15,7 +16,8 @@ QuelloryApp::QuelloryApp(const ViewEnvironment &environment, Workspace &workspac
                          Scheduler &scheduler, Updater &updater, bool menuDrawnByDesktop,
                          QObject *parent)
     : QObject(parent), m_appDelegate(environment.settings, environment.monitor, environment.catalog,
-                                     workspace, scheduler, environment.bundles, menuDrawnByDesktop),
+                                     environment.icons, workspace, scheduler, environment.bundles,
+                                     menuDrawnByDesktop),
       m_updater(updater) {
     m_updater.startUpdater();
     m_window.setWindowTitle(MainView::windowTitle);
@@ -34,19 +36,22 @@ void QuelloryApp::useDesktopIcons(const QString &desktopThemeName) {
 
 // Desktops with a global menu show it in their top bar; elsewhere it is the window's menu bar.
 void QuelloryApp::addApplicationMenu() {
-    QMenu *menu = m_window.menuBar()->addMenu(QStringLiteral("Quellory"));
-    connect(menu->addAction(tr("About Quellory")), &QAction::triggered, &m_window, [this] {
+    QMenu *menu = m_window.menuBar()->addMenu(LiteralText::forShortcutMarks(MainView::windowTitle));
+    const auto addItem = [menu](const QString &text) {
+        return menu->addAction(LiteralText::forShortcutMarks(text));
+    };
+    connect(addItem(tr("About Quellory")), &QAction::triggered, &m_window, [this] {
         QMessageBox::about(&m_window, tr("About Quellory"),
                            tr("Quellory %1\nLists the applications you run and quits them "
                               "politely, and opens the ones you use most.")
                                .arg(QApplication::applicationVersion()));
     });
     // Read once, as the menu is built: a program built without a feed cannot check.
-    QAction *check = menu->addAction(tr("Check for Updates…"));
+    QAction *check = addItem(tr("Check for Updates…"));
     check->setEnabled(m_updater.canCheckForUpdates());
     connect(check, &QAction::triggered, this, [this] { m_updater.checkForUpdates(); });
     menu->addSeparator();
-    QAction *quit = menu->addAction(tr("Quit"));
+    QAction *quit = addItem(tr("Quit"));
     quit->setShortcut(QKeySequence::Quit);
     connect(quit, &QAction::triggered, &m_appDelegate, &AppDelegate::quitQuellory);
 }

@@ -1,5 +1,7 @@
 #include "StatusMenuItemViews.h"
 
+#include "views/LiteralText.h"
+
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMenu>
@@ -12,7 +14,7 @@ PassthroughMenuItemView::PassthroughMenuItemView(QSize size) {
 
 void PassthroughMenuItemView::addTo(QMenu &menu, bool isEnabled, const QString &text) {
     auto *action = new QWidgetAction(&menu);
-    action->setText(text);
+    action->setText(LiteralText::forShortcutMarks(text));
     action->setDefaultWidget(this);
     action->setEnabled(isEnabled);
     menu.addAction(action);
@@ -21,8 +23,9 @@ void PassthroughMenuItemView::addTo(QMenu &menu, bool isEnabled, const QString &
 MenuSpacerItemView::MenuSpacerItemView() : PassthroughMenuItemView({260, 6}) {}
 
 SectionHeaderMenuItemView::SectionHeaderMenuItemView(const QString &title)
-    : PassthroughMenuItemView({260, 28}), m_title(title) {
+    : PassthroughMenuItemView({260, 28}) {
     auto *label = new QLabel(title, this);
+    label->setTextFormat(Qt::PlainText);
     QFont font = label->font();
     font.setBold(true);
     font.setPointSizeF(font.pointSizeF() - 2);

@@ -26,8 +26,4 @@ class SectionHeaderMenuItemView final : public PassthroughMenuItemView {
     Q_OBJECT
 public:
     explicit SectionHeaderMenuItemView(const QString &title);
-    QString title() const { return m_title; }
-
-private:
-    QString m_title;
 };

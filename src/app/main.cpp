@@ -14,10 +14,12 @@
 #include "platform/linux/freedesktop/XdgAutostartService.h"
 #include "platform/linux/session/StandardErrorLog.h"
 #include "platform/linux/x11/X11Workspace.h"
+#include "QtMessageFilter.h"
 #include "QuelloryApp.h"
 #include "SingleInstance.h"
 #include "updates/AppcastUpdater.h"
 #include "views/AppsListActions.h"
+#include "views/Translations.h"
 #include "views/UpdateDialog.h"
 #include "views/ViewEnvironment.h"
 #include "WindowSystemGuard.h"
@@ -27,6 +29,7 @@
 #include <QThreadPool>
 
 int main(int argc, char **argv) {
+    QtMessageFilter::install();
     if (const auto status = CommandLine::answer(argc, argv, QStringLiteral(QUELLORY_VERSION)))
         return *status;
     std::optional<WindowSystemGuard> guard(std::in_place);
@@ -34,6 +37,7 @@ int main(int argc, char **argv) {
     guard.reset();
     QApplication::setApplicationName(QStringLiteral("Quellory"));
     QApplication::setApplicationVersion(QStringLiteral(QUELLORY_VERSION));
+    Translations::install(QLocale::system());
     QApplication::setDesktopFileName(AppCatalog::builtInBundleIdentifier);
     QuelloryApp::useDesktopIcons(IconThemeProvider::desktopThemeName());
     // The program's windows stay when the last one is hidden: it lives on in the tray.

@@ -7,7 +7,7 @@
 namespace {
 
 QString apps(int count) {
-    return QString::number(count) + (count == 1 ? QStringLiteral(" App") : QStringLiteral(" Apps"));
+    return AppsListSelection::tr("%n App(s)", nullptr, count);
 }
 
 } // namespace
@@ -37,21 +37,20 @@ int AppsListSelection::shownCount(ListItem::Kind kind) const {
 
 QString AppsListSelection::selectionSummary(int openCount, int quitCount) {
     if (openCount < 1)
-        return QString::number(quitCount) + QStringLiteral(" selected to quit");
+        return tr("%n selected to quit", nullptr, quitCount);
     if (quitCount >= 1)
-        return QString::number(openCount + quitCount) + QStringLiteral(" selected");
-    return QString::number(openCount) + QStringLiteral(" selected to open");
+        return tr("%n selected", nullptr, openCount + quitCount);
+    return tr("%n selected to open", nullptr, openCount);
 }
 
 QString AppsListSelection::actionButtonTitle(int openCount, int quitCount) {
     if (openCount != 0 && quitCount != 0)
-        return QStringLiteral("Open ") + apps(openCount) + QStringLiteral(" & Quit ") +
-               apps(quitCount);
+        return tr("Open %1 & Quit %2").arg(apps(openCount), apps(quitCount));
     if (openCount != 0)
-        return QStringLiteral("Open ") + apps(openCount);
+        return tr("Open %1").arg(apps(openCount));
     if (quitCount != 0)
-        return QStringLiteral("Quit ") + apps(quitCount);
-    return QStringLiteral("Apply");
+        return tr("Quit %1").arg(apps(quitCount));
+    return tr("Apply");
 }
 
 void AppsListSelection::toggleSelection(const QString &id, bool isOn) {

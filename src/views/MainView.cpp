@@ -2,12 +2,14 @@
 
 #include "AppsListView.h"
 #include "LaunchLoadingView.h"
+#include "LiteralText.h"
 #include "models/AppCatalog.h"
 #include "SelectionBar.h"
 #include "SettingsPopoverView.h"
 
 #include <QApplication>
 #include <QGraphicsOpacityEffect>
+#include <QHash>
 #include <QHBoxLayout>
 #include <QLineEdit>
 #include <QListView>
@@ -17,6 +19,7 @@
 #include <QStackedWidget>
 #include <QToolButton>
 #include <QVBoxLayout>
+#include <QWindow>
 
 namespace {
 
@@ -84,7 +87,7 @@ QWidget *MainView::makeToolbar() {
             &QLineEdit::clear);
 
     m_settingsButton = new QToolButton(toolbar);
-    m_settingsButton->setText(tr("Settings"));
+    m_settingsButton->setText(LiteralText::forShortcutMarks(tr("Settings")));
     m_settingsButton->setToolTip(tr("Settings"));
     m_settingsButton->setAccessibleName(tr("Settings"));
     m_settingsButton->setIcon(settingsIcon());
@@ -154,14 +157,25 @@ QSize MainView::correctedSize(QSize size) {
     return size;
 }
 
+QWidget *MainView::findMainWindow() {
+    // Qt's widget list has no order; its window list has one: the order in which the windows
+    // were made, which a widget's window is when the widget is first shown.
+    QHash<const QWindow *, QWidget *> widgetOf;
+    for (QWidget *widget : QApplication::topLevelWidgets())
+        if (const QWindow *window = widget->windowHandle())
+            widgetOf.insert(window, widget);
+    for (const QWindow *window : QGuiApplication::topLevelWindows()) {
+        QWidget *widget = widgetOf.value(window);
+        if (widget && widget->windowTitle() == windowTitle)
+            return widget;
+    }
+    return nullptr;
+}
+
 void MainView::configureMainWindow() {
-    const auto windows = QApplication::topLevelWidgets();
-    const auto found = std::find_if(windows.begin(), windows.end(), [](const QWidget *window) {
-        return window->windowTitle() == windowTitle;
-    });
-    if (found == windows.end())
+    QWidget *window = findMainWindow();
+    if (!window)
         return;
-    QWidget *window = *found;
     // Taken before the limits are set: setting them moves the size to the nearest limit, where a
     // window below the minimum goes back to its ideal size instead.
     const QSize size = window->size();

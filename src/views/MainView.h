@@ -28,7 +28,10 @@ public:
     bool showSettings() const { return m_showSettings; }
     void setShowSettings(bool show);
 
-    // Holds the window titled "Quellory" to the main view's size limits.
+    // The first window titled "Quellory" in the order the program made its windows, or none: a
+    // widget never shown is no window yet.
+    static QWidget *findMainWindow();
+    // Holds the main window to the main view's size limits.
     static void configureMainWindow();
     // The size a window of this size is corrected to.
     static QSize correctedSize(QSize size);

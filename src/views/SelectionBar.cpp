@@ -2,6 +2,7 @@
 
 #include "ProminentButton.h"
 #include "SecondaryLabel.h"
+#include "LiteralText.h"
 
 #include <QHBoxLayout>
 #include <QPainter>
@@ -40,15 +41,11 @@ SelectionBar::SelectionBar(QWidget *parent)
 
 void SelectionBar::setTexts(const QString &summary, const QString &actionTitle) {
     m_summary->setText(summary);
-    m_actionButton->setText(actionTitle);
+    m_actionButton->setText(LiteralText::forShortcutMarks(actionTitle));
 }
 
 QString SelectionBar::summary() const {
     return m_summary->text();
-}
-
-QString SelectionBar::actionTitle() const {
-    return m_actionButton->text();
 }
 
 void SelectionBar::paintEvent(QPaintEvent *) {

@@ -15,7 +15,6 @@ public:
     // Both texts are built from numbers and shown as they are.
     void setTexts(const QString &summary, const QString &actionTitle);
     QString summary() const;
-    QString actionTitle() const;
     QPushButton *actionButton() const { return m_actionButton; }
 
 signals:

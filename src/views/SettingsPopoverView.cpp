@@ -1,6 +1,7 @@
 #include "SettingsPopoverView.h"
 
 #include "Contrast.h"
+#include "LiteralText.h"
 #include "models/AppSettings.h"
 #include "SettingToggleRow.h"
 
@@ -51,7 +52,8 @@ SettingsPopoverView::SettingsPopoverView(AppSettings &settings, SupportMail supp
         &AppSettings::showMenuBarIconChanged);
 
     // Created after the rows, so that Tab reaches it last, as it is shown.
-    m_supportLink = new QPushButton(tr("Facing issues? Contact us ↗"), this);
+    m_supportLink =
+        new QPushButton(LiteralText::forShortcutMarks(tr("Facing issues? Contact us ↗")), this);
     m_supportLink->setFlat(true);
     QFont linkFont = font();
     linkFont.setPointSizeF(11);

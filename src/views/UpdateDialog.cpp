@@ -1,5 +1,7 @@
 #include "UpdateDialog.h"
 
+#include "LiteralText.h"
+
 #include <QDesktopServices>
 #include <QPushButton>
 
@@ -35,7 +37,8 @@ void UpdateDialog::show(QMessageBox::Icon icon, const QString &text, const QStri
     m_box->setInformativeText(informativeText);
     m_box->setAttribute(Qt::WA_DeleteOnClose);
     if (!download.isEmpty()) {
-        QPushButton *button = m_box->addButton(tr("Download"), QMessageBox::AcceptRole);
+        QPushButton *button = m_box->addButton(LiteralText::forShortcutMarks(tr("Download")),
+                                               QMessageBox::AcceptRole);
         m_box->setDefaultButton(button);
         QObject::connect(button, &QPushButton::clicked, m_box,
                          [open = m_open, download] { open(download); });

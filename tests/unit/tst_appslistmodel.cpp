@@ -1,4 +1,5 @@
 #include "fakes/AppsListFixture.h"
+#include "views/Translations.h"
 
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>
@@ -40,6 +41,8 @@ class AppsListModelTest : public QObject {
     Q_OBJECT
 
 private slots:
+    // The counted texts take their English plural forms from the translations, as in the program.
+    void initTestCase() { Translations::install(QLocale(QLocale::English)); }
     void runningSectionLeavesOutWhatCannotBeQuitAndSortsByName() {
         AppsListSession session;
         session.launch("org.example.Beta", "beta", 10);

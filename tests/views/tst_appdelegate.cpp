@@ -1,5 +1,6 @@
 #include "app/AppDelegate.h"
 #include "app/StatusMenuItemViews.h"
+#include "fakes/DrawnTextStyle.h"
 #include "fakes/FakeLoginItemService.h"
 #include "fakes/SimulatedSession.h"
 #include "models/AppSettings.h"
@@ -7,6 +8,9 @@
 
 #include <array>
 #include <QPainter>
+#include "views/Translations.h"
+
+#include <QAccessible>
 #include <QSystemTrayIcon>
 #include <QTest>
 #include <QTimer>
@@ -16,18 +20,21 @@ using Policy = AppDelegate::ActivationPolicy;
 
 namespace {
 
-// The menu as a reader sees it: "[Header]", "---" for a separator, "(gap)" for a spacer, and
-// item texts, disabled ones in brackets.
-QStringList describe(const QMenu &menu) {
+// The menu as a screen reader hears it: "[Header]", "---" for a separator, "(gap)" for a spacer,
+// and item names, disabled ones in brackets.
+QStringList describe(QMenu &menu) {
     QStringList lines;
-    for (const QAction *action : menu.actions()) {
-        if (const auto *view = qobject_cast<const QWidgetAction *>(action)) {
+    const QList<QAction *> actions = menu.actions();
+    QAccessibleInterface *reader = QAccessible::queryAccessibleInterface(&menu);
+    for (qsizetype i = 0; i < actions.size(); ++i) {
+        const QString heard = reader->child(int(i))->text(QAccessible::Name);
+        if (const auto *view = qobject_cast<const QWidgetAction *>(actions[i])) {
             const auto *header = qobject_cast<SectionHeaderMenuItemView *>(view->defaultWidget());
-            lines << (header ? "[" + header->title() + "]" : QStringLiteral("(gap)"));
-        } else if (action->isSeparator()) {
+            lines << (header ? "[" + heard + "]" : QStringLiteral("(gap)"));
+        } else if (actions[i]->isSeparator()) {
             lines << "---";
         } else {
-            lines << (action->isEnabled() ? action->text() : "(" + action->text() + ")");
+            lines << (actions[i]->isEnabled() ? heard : "(" + heard + ")");
         }
     }
     return lines;
@@ -48,7 +55,8 @@ private:
         AppDelegate delegate;
 
         explicit Shell(bool menuDrawnByDesktop = false)
-            : delegate(settings, monitor, catalog, workspace, time, bundles, menuDrawnByDesktop) {
+            : delegate(settings, monitor, catalog, icons, workspace, time, bundles,
+                       menuDrawnByDesktop) {
             bundles.mainID = QStringLiteral("app.quellory.Quellory");
             mainWindow.setWindowTitle(QStringLiteral("Quellory"));
             mainWindow.show();
@@ -59,9 +67,16 @@ private:
             delegate.rebuildStatusMenu();
             return describe(delegate.statusMenu());
         }
+        QAction *item(const QString &text) {
+            for (QAction *action : delegate.statusMenu().actions())
+                if (action->text() == text)
+                    return action;
+            return nullptr;
+        }
     };
 
 private slots:
+    void initTestCase() { Translations::install(QLocale(QLocale::English)); }
     void countsEverythingButItself() {
         Shell shell;
         QVERIFY(shell.delegate.statusItem());
@@ -98,6 +113,20 @@ private slots:
                  QKeySequence(Qt::CTRL | Qt::Key_Q));
     }
 
+    void namesShowAsTheyStandWithoutShortcuts() {
+        Shell shell;
+        shell.launch("org.gnome.Software", "Software & Updates", 20);
+        QCOMPARE(shell.menu().at(3), "Quit Software & Updates");
+        QMenu &menu = shell.delegate.statusMenu();
+        DrawnTextStyle style;
+        menu.setStyle(&style);
+        menu.grab();
+        QVERIFY(style.drew("Quit Software & Updates"));
+        QCOMPARE(
+            QAccessible::queryAccessibleInterface(&menu)->child(3)->text(QAccessible::Accelerator),
+            "");
+    }
+
     void desktopDrawnMenuHasPlainItemsWithTheSameTexts() {
         Shell shell(true);
         shell.launch("org.example.Beta", "beta", 20);
@@ -112,13 +141,7 @@ private slots:
         const auto beta = shell.launch("org.example.Beta", "beta", 20);
         const auto finder = shell.launch("com.apple.finder", "Finder", 11);
         shell.menu();
-        const auto item = [&shell](const QString &text) {
-            for (QAction *action : shell.delegate.statusMenu().actions())
-                if (action->text() == text)
-                    return action;
-            return static_cast<QAction *>(nullptr);
-        };
-        QAction *quitBeta = item("Quit beta");
+        QAction *quitBeta = shell.item("Quit beta");
         QVERIFY(quitBeta);
         quitBeta->trigger();
         QCOMPARE(beta->terminateCalls, 1);
@@ -165,6 +188,23 @@ private slots:
                 legible += Contrast::ratio(shown.pixelColor(x, y), panel) >= 3.0 ? 1 : 0;
         // The strokes cover a fifth of the glyph's square or more; an eighth of the icon is ink.
         QVERIFY2(legible >= 22 * 22 / 8, qPrintable(QString::number(legible)));
+    }
+
+    void quitItemsShowTheWindowsIconElseTheEntrys() {
+        Shell shell;
+        const auto colourOf = [](const QAction *item) {
+            return item->icon().pixmap(18).toImage().pixelColor(9, 9);
+        };
+        const auto bare = shell.launch("org.example.Bare", "Bare", 20);
+        bare->path = SimulatedSession::pathOf("org.example.Bare");
+        const auto own = shell.launch("org.example.Own", "Own", 21);
+        own->path = SimulatedSession::pathOf("org.example.Own");
+        own->image = QImage(16, 16, QImage::Format_ARGB32);
+        own->image.fill(Qt::red);
+        shell.menu();
+        QCOMPARE(colourOf(shell.item("Quit Own")), QColor(Qt::red));
+        QTRY_COMPARE(colourOf(shell.item("Quit Bare")),
+                     FakeIconProvider::iconFor(*bare->path).pixelColor(0, 0));
     }
 
     void trayIconFollowsTheSetting() {
@@ -246,6 +286,21 @@ private slots:
             QCOMPARE(QCoreApplication::exec(), 0);
             QVERIFY(!shell.mainWindow.isVisible());
         }
+    }
+
+    void theMainWindowIsTheFirstQuelloryWindowMade() {
+        Shell shell;
+        shell.mainWindow.hide();
+        // Later windows of the same title never take its place, even while it is hidden.
+        std::vector<std::unique_ptr<QWidget>> later(40);
+        for (auto &window : later) {
+            window = std::make_unique<QWidget>();
+            window->setWindowTitle(QStringLiteral("Quellory"));
+            window->show();
+        }
+        QCOMPARE(AppDelegate::findMainWindow(), &shell.mainWindow);
+        shell.delegate.showMainWindow();
+        QVERIFY(shell.mainWindow.isVisible());
     }
 
     void openingTheMenuLendsTheRegularPolicy() {

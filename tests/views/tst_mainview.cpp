@@ -130,6 +130,8 @@ private slots:
         QWidget stranger;
         stranger.setWindowTitle("Quellory Preferences");
         stranger.resize(900, 900);
+        stranger.show();
+        main.show();
         MainView::configureMainWindow();
         QCOMPARE(main.size(), QSize(560, 560));
         QCOMPARE(main.minimumSize(), MainView::minimumSize);

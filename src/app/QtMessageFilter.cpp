@@ -1,0 +1,18 @@
+#include "QtMessageFilter.h"
+
+#include <QString>
+
+void QtMessageFilter::install() {
+    s_next = qInstallMessageHandler(&QtMessageFilter::handle);
+}
+
+bool QtMessageFilter::isNoise(const QMessageLogContext &context, const QString &message) {
+    return qstrcmp(context.category, "qt.svg") == 0 ||
+           message.startsWith(QLatin1String("QStandardPaths: XDG_RUNTIME_DIR not set"));
+}
+
+void QtMessageFilter::handle(QtMsgType type, const QMessageLogContext &context,
+                             const QString &message) {
+    if (!isNoise(context, message))
+        s_next(type, context, message);
+}
