@@ -42,13 +42,25 @@ void WindowMonitor::startObserving() {
 
 void WindowMonitor::applicationDidLaunch(const RunningApplicationPtr &application) {
     // Helpers and agents are not uses of an application.
-    if (application &&
+    if (application && isNewProcess(application) &&
         application->activationPolicy() == RunningApplication::ActivationPolicy::Regular) {
         if (const auto bundleID = application->bundleIdentifier())
             m_scheduler.post(&m_usage,
                              [&usage = m_usage, id = *bundleID] { usage.recordLaunch(id); });
     }
     refresh();
+}
+
+// A process is launched once. Its windows may come back after all were gone (its window
+// manager was replaced, or it closed its last window and opened another): the workspace then
+// hands over the same handle. A reused pid comes with a new handle.
+bool WindowMonitor::isNewProcess(const RunningApplicationPtr &application) {
+    m_launchedProcesses.removeIf([](const auto &entry) { return entry.value().expired(); });
+    auto &known = m_launchedProcesses[application->processIdentifier()];
+    if (known.lock() == application)
+        return false;
+    known = application;
+    return true;
 }
 
 void WindowMonitor::refresh() {

@@ -3,6 +3,7 @@
 #include "platform/RunningApplication.h"
 
 #include <memory>
+#include <QHash>
 #include <QList>
 #include <QObject>
 
@@ -41,6 +42,7 @@ signals:
 
 private:
     void applicationDidLaunch(const RunningApplicationPtr &application);
+    bool isNewProcess(const RunningApplicationPtr &application);
     void setRunningApps(QList<RunningApplicationPtr> apps);
 
     Workspace &m_workspace;
@@ -49,4 +51,6 @@ private:
     QList<RunningApplicationPtr> m_runningApps;
     QList<QMetaObject::Connection> m_workspaceObservers; // launch first, then end
     std::unique_ptr<RepeatingTimer> m_refreshTimer;
+    // The processes whose launch was heard, for as long as their handles live.
+    QHash<qint32, std::weak_ptr<RunningApplication>> m_launchedProcesses;
 };
