@@ -55,7 +55,11 @@ int main(int argc, char **argv) {
     SystemClock clock;
     EventLoopScheduler scheduler;
     StandardErrorLog log;
-    X11Workspace workspace(bundles, log, *QThreadPool::globalInstance());
+    // The program's work goes to a pool of its own: Qt draws and scales images with the help of
+    // its global pool and waits for it on the GUI thread, so nothing slow may ever queue there.
+    // It ends, waiting for its tasks, before the parts they use.
+    QThreadPool pool;
+    X11Workspace workspace(bundles, log, pool);
     XdgAutostartService loginItems;
     AppEnvironment platform;
     platform.bundles = &bundles;
@@ -63,7 +67,7 @@ int main(int argc, char **argv) {
     platform.defaults = &defaults;
     platform.clock = &clock;
     platform.scheduler = &scheduler;
-    platform.threadPool = QThreadPool::globalInstance();
+    platform.threadPool = &pool;
     platform.workspace = &workspace;
     platform.log = &log;
     platform.loginItems = &loginItems;

@@ -6,11 +6,14 @@
 #include "platform/ApplicationBundles.h"
 #include "platform/DefaultsStore.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTimeZone>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -54,7 +57,7 @@ std::optional<QDateTime> timeValue(const QJsonValue &value) {
     return referenceDate().addMSecs(std::llround(value.toDouble() * 1000));
 }
 
-// A stored JSON object whose every member converts; empty when anything does not decode.
+// The members of a stored JSON object that convert; one that does not is dropped alone.
 template <typename Value>
 QHash<QString, Value> decodeMap(const std::optional<QByteArray> &data,
                                 std::optional<Value> (*convert)(const QJsonValue &)) {
@@ -63,12 +66,21 @@ QHash<QString, Value> decodeMap(const std::optional<QByteArray> &data,
     if (!object)
         return map;
     for (auto it = object->begin(); it != object->end(); ++it) {
-        const auto value = convert(it.value());
-        if (!value)
-            return {};
-        map.insert(it.key(), *value);
+        if (const auto value = convert(it.value()))
+            map.insert(it.key(), *value);
     }
     return map;
+}
+
+// A JSON object takes its members fastest in key order: each then goes at its end.
+template <typename Value, typename Convert>
+QByteArray encodeMap(const QHash<QString, Value> &map, Convert convert) {
+    QStringList keys = map.keys();
+    std::sort(keys.begin(), keys.end());
+    QJsonObject object;
+    for (const QString &key : std::as_const(keys))
+        object.insert(key, convert(map.value(key)));
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
 }
 
 template <typename Map> bool assignIfChanged(Map &field, Map value) {
@@ -86,6 +98,7 @@ AppUsageStore::AppUsageStore(DefaultsStore &defaults, const Clock &clock,
       m_mainBundleIdentifier(std::move(mainBundleIdentifier)),
       m_launchCounts(decodeMap(defaults.data(launchCountsKey), integerValue)),
       m_lastLaunch(decodeMap(defaults.data(lastLaunchKey), timeValue)) {
+    forgetOldest();
     recomputeScores();
 }
 
@@ -118,11 +131,13 @@ void AppUsageStore::recordLaunch(const QString &bundleID) {
         return;
     if (m_mainBundleIdentifier && *m_mainBundleIdentifier == bundleID)
         return;
+    const QDateTime now = m_clock.now();
+    const bool isNewTime = m_lastLaunch.value(bundleID) != now;
     ++m_launchCounts[bundleID];
+    m_lastLaunch.insert(bundleID, now);
+    const bool forgotAny = forgetOldest();
     emit launchCountsChanged();
-    auto lastLaunch = m_lastLaunch;
-    lastLaunch.insert(bundleID, m_clock.now());
-    if (assignIfChanged(m_lastLaunch, std::move(lastLaunch)))
+    if (isNewTime || forgotAny)
         emit lastLaunchChanged();
     recomputeScores();
     saveUsage();
@@ -142,21 +157,41 @@ void AppUsageStore::seedRunningApps(const QStringList &bundleIDs) {
     if (counts.size() == m_launchCounts.size())
         return;
     m_launchCounts = std::move(counts);
+    const auto previousLaunches = std::exchange(m_lastLaunch, std::move(lastLaunch));
+    forgetOldest();
     emit launchCountsChanged();
-    if (assignIfChanged(m_lastLaunch, std::move(lastLaunch)))
+    if (m_lastLaunch != previousLaunches)
         emit lastLaunchChanged();
     recomputeScores();
     saveUsage();
 }
 
 void AppUsageStore::saveUsage() {
-    QJsonObject counts;
-    for (auto it = m_launchCounts.cbegin(); it != m_launchCounts.cend(); ++it)
-        counts.insert(it.key(), it.value());
-    m_defaults.setData(QJsonDocument(counts).toJson(QJsonDocument::Compact), launchCountsKey);
+    m_defaults.setData(encodeMap(m_launchCounts, [](qint64 count) { return count; }),
+                       launchCountsKey);
+    m_defaults.setData(encodeMap(m_lastLaunch,
+                                 [](const QDateTime &time) {
+                                     return double(referenceDate().msecsTo(time)) / 1000.0;
+                                 }),
+                       lastLaunchKey);
+}
 
-    QJsonObject times;
-    for (auto it = m_lastLaunch.cbegin(); it != m_lastLaunch.cend(); ++it)
-        times.insert(it.key(), double(referenceDate().msecsTo(it.value())) / 1000.0);
-    m_defaults.setData(QJsonDocument(times).toJson(QJsonDocument::Compact), lastLaunchKey);
+// Keeps the identifiers launched last, so that the store cannot grow without bound; a launch
+// time without a count means nothing and goes too.
+bool AppUsageStore::forgetOldest() {
+    const qsizetype timesWithoutCount = m_lastLaunch.removeIf(
+        [this](const auto &entry) { return !m_launchCounts.contains(entry.key()); });
+    if (m_launchCounts.size() <= maximumIdentifiers)
+        return timesWithoutCount > 0;
+    std::vector<std::pair<QDateTime, QString>> byAge;
+    byAge.reserve(size_t(m_launchCounts.size()));
+    for (auto it = m_launchCounts.cbegin(); it != m_launchCounts.cend(); ++it)
+        byAge.emplace_back(m_lastLaunch.value(it.key(), distantPast()), it.key());
+    const auto excess = byAge.begin() + (m_launchCounts.size() - maximumIdentifiers);
+    std::nth_element(byAge.begin(), excess, byAge.end());
+    for (auto it = byAge.begin(); it != excess; ++it) {
+        m_launchCounts.remove(it->second);
+        m_lastLaunch.remove(it->second);
+    }
+    return true;
 }

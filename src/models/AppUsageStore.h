@@ -16,6 +16,8 @@ class AppUsageStore final : public QObject {
 public:
     static inline const QString launchCountsKey = QStringLiteral("appUsage.launchCounts");
     static inline const QString lastLaunchKey = QStringLiteral("appUsage.lastLaunch");
+    // The identifiers kept, those launched last: far more than anyone uses.
+    static constexpr qsizetype maximumIdentifiers = 2000;
 
     AppUsageStore(DefaultsStore &defaults, const Clock &clock,
                   std::optional<QString> mainBundleIdentifier, QObject *parent = nullptr);
@@ -38,6 +40,9 @@ signals:
     void lastLaunchChanged();
 
 private:
+    // Whether anything was forgotten.
+    bool forgetOldest();
+
     DefaultsStore &m_defaults;
     const Clock &m_clock;
     std::optional<QString> m_mainBundleIdentifier;

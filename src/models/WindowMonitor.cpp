@@ -38,7 +38,7 @@ void WindowMonitor::startObserving() {
     // What runs before the monitor starts is seeded, not launched: a workspace that reports
     // its first read as launches must not count them at every start of the program.
     for (const auto &app : m_workspace.runningApplications())
-        m_runningBeforeStart.push_back(app);
+        m_launchedProcesses.insert(app->processIdentifier(), app);
     m_workspaceObservers.append(connect(&m_workspace, &Workspace::didLaunchApplication, this,
                                         &WindowMonitor::applicationDidLaunch));
     m_workspaceObservers.append(
@@ -47,7 +47,7 @@ void WindowMonitor::startObserving() {
 
 void WindowMonitor::applicationDidLaunch(const RunningApplicationPtr &application) {
     // Helpers and agents are not uses of an application.
-    if (application && !wasRunningBeforeStart(application) &&
+    if (application && isNewProcess(application) &&
         application->activationPolicy() == RunningApplication::ActivationPolicy::Regular) {
         if (const auto bundleID = application->bundleIdentifier())
             m_scheduler.post(&m_usage,
@@ -56,10 +56,16 @@ void WindowMonitor::applicationDidLaunch(const RunningApplicationPtr &applicatio
     refresh();
 }
 
-bool WindowMonitor::wasRunningBeforeStart(const RunningApplicationPtr &application) {
-    std::erase_if(m_runningBeforeStart, [](const auto &handle) { return handle.expired(); });
-    return std::any_of(m_runningBeforeStart.begin(), m_runningBeforeStart.end(),
-                       [&application](const auto &handle) { return handle.lock() == application; });
+// A process is launched once. Its windows may come back after all were gone (its window
+// manager was replaced, or it closed its last window and opened another): the workspace then
+// hands over the same handle. A reused pid comes with a new handle.
+bool WindowMonitor::isNewProcess(const RunningApplicationPtr &application) {
+    m_launchedProcesses.removeIf([](const auto &entry) { return entry.value().expired(); });
+    auto &known = m_launchedProcesses[application->processIdentifier()];
+    if (known.lock() == application)
+        return false;
+    known = application;
+    return true;
 }
 
 void WindowMonitor::refresh() {

@@ -3,9 +3,9 @@
 #include "platform/RunningApplication.h"
 
 #include <memory>
+#include <QHash>
 #include <QList>
 #include <QObject>
-#include <vector>
 
 class AppUsageStore;
 class RepeatingTimer;
@@ -43,7 +43,7 @@ signals:
 
 private:
     void applicationDidLaunch(const RunningApplicationPtr &application);
-    bool wasRunningBeforeStart(const RunningApplicationPtr &application);
+    bool isNewProcess(const RunningApplicationPtr &application);
     void setRunningApps(QList<RunningApplicationPtr> apps);
 
     Workspace &m_workspace;
@@ -52,6 +52,7 @@ private:
     QList<RunningApplicationPtr> m_runningApps;
     QList<QMetaObject::Connection> m_workspaceObservers; // launch first, then end
     std::unique_ptr<RepeatingTimer> m_refreshTimer;
-    // The handles of the workspace's first read, while they live.
-    std::vector<std::weak_ptr<RunningApplication>> m_runningBeforeStart;
+    // The processes already counted or seeded (those of the first read), while their handles
+    // live.
+    QHash<qint32, std::weak_ptr<RunningApplication>> m_launchedProcesses;
 };

@@ -1,15 +1,19 @@
 #include "fakes/MemoryDefaultsStore.h"
 #include "fakes/RecordingLog.h"
+#include "models/AppCatalog.h"
 #include "models/AppUsageStore.h"
 #include "models/EventLoopScheduler.h"
 #include "models/SystemClock.h"
 #include "models/WindowMonitor.h"
 #include "platform/linux/freedesktop/DesktopEntryApplications.h"
+#include "platform/linux/session/ApplicationQuitAction.h"
 #include "platform/linux/x11/X11RunningApplication.h"
 #include "platform/linux/x11/X11Workspace.h"
 #include "session/XSession.h"
 #include "views/AppsListActions.h"
 
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QDir>
 #include <QFile>
 #include <QSignalSpy>
@@ -26,6 +30,10 @@ constexpr int programStartMs = 15000;
 
 std::shared_ptr<X11RunningApplication> x11(const RunningApplicationPtr &application) {
     return std::dynamic_pointer_cast<X11RunningApplication>(application);
+}
+
+QString bareWindow() {
+    return qEnvironmentVariable("QUELLORY_TEST_BIN_DIR") + "/quellory-bare-window";
 }
 
 } // namespace
@@ -92,6 +100,9 @@ private slots:
         for (const QString id : {"debian-xterm", "org.xfce.mousepad"})
             QVERIFY(QFile::copy("/usr/share/applications/" + id + ".desktop",
                                 applicationsFolder() + '/' + id + ".desktop"));
+        QVERIFY(QFile::copy(qEnvironmentVariable("QUELLORY_SOURCE_DIR") +
+                                "/resources/app.quellory.Quellory.desktop",
+                            applicationsFolder() + "/app.quellory.Quellory.desktop"));
         writeEntry("xeyes", "[Desktop Entry]\nType=Application\nName=Eyes\nExec=xeyes\n");
         writeEntry("clock-app",
                    "[Desktop Entry]\nType=Application\nName=Clock\nExec=xclock -digital\n");
@@ -123,9 +134,8 @@ private slots:
         row("xeyes by its WM_CLASS as an ID", {"xeyes"}, "xeyes", "Eyes", Rule::wmClassAsId);
         row("xclock by its command line", {"xclock", "-digital"}, "clock-app", "Clock",
             Rule::commandLine);
-        row("a window of no installed application",
-            {qEnvironmentVariable("QUELLORY_TEST_BIN_DIR") + "/quellory-bare-window"}, "BareWindow",
-            "BareWindow", Rule::windowClass);
+        row("a window of no installed application", {bareWindow()}, "BareWindow", "BareWindow",
+            Rule::windowClass);
     }
     void identifiesEachProgramAndQuitsItPolitely() {
         QFETCH(QStringList, command);
@@ -190,6 +200,59 @@ private slots:
         QTest::qWait(1000);
         QVERIFY(XSession::isRunning(pid));
         QVERIFY(!application->isTerminated());
+    }
+
+    void quitReachesOnlyTheWindowsOwnProcess() {
+        // A program without windows that exports its own Quit, and windows of another process
+        // that state its well-known name, then its unique one, as their application's.
+        const QString victimName = "org.quellory.test.Victim", path = "/org/quellory/test/Victim";
+        const qint64 victim =
+            m_session->start("/usr/bin/python3", {qEnvironmentVariable("QUELLORY_SOURCE_DIR") +
+                                                  "/tests/session/quit-victim.py"});
+        QDBusConnectionInterface *bus = QDBusConnection::sessionBus().interface();
+        QTRY_VERIFY_WITH_TIMEOUT(bus->isServiceRegistered(victimName), programStartMs);
+        const QString victimOwner = bus->serviceOwner(victimName);
+        for (const QString &stated : {victimName, victimOwner}) {
+            const qint64 hostile = m_session->start(
+                bareWindow(),
+                {"1", "0", "WM_CLASS:STRING=hostile,Hostile", "_GTK_APPLICATION_ID=" + victimName,
+                 "_GTK_UNIQUE_BUS_NAME=" + stated, "_GTK_APPLICATION_OBJECT_PATH=" + path});
+            const auto application = waitForProcess(hostile);
+            QVERIFY(application);
+            QCOMPARE(application->windows().front().gtkBusName, stated);
+            QTest::qWait(1000); // for the bus and the victim to answer
+            QVERIFY(!application->exportsQuitAction());
+            m_actions->quitApp("Hostile", application);
+            QTest::qWait(1000);
+            QVERIFY2(XSession::isRunning(victim), "the victim was not asked to quit");
+            QVERIFY(XSession::isRunning(hostile));
+        }
+        QVERIFY(ApplicationQuitAction::activate(victimOwner, path));
+        QTRY_VERIFY_WITH_TIMEOUT(!XSession::isRunning(victim), programStartMs);
+    }
+
+    void otherProgramsNeverPassForThisOne_data() {
+        QTest::addColumn<QStringList>("properties");
+        QTest::addColumn<QString>("listedAs");
+        QTest::newRow("its identifier stated")
+            << QStringList{"WM_CLASS:STRING=other,Other",
+                           "_GTK_APPLICATION_ID=app.quellory.Quellory"}
+            << "quellory-bare-window";
+        QTest::newRow("its window class")
+            << QStringList{"WM_CLASS:STRING=quellory,Quellory"} << "quellory-bare-window";
+        QTest::newRow("its identifier as the window class")
+            << QStringList{"WM_CLASS:STRING=app.quellory.Quellory,app.quellory.Quellory"}
+            << "quellory-bare-window";
+    }
+    void otherProgramsNeverPassForThisOne() {
+        QFETCH(QStringList, properties);
+        QFETCH(QString, listedAs);
+        const qint64 pid = m_session->start(bareWindow(), QStringList{"1", "0"} + properties);
+        const auto application = waitForProcess(pid);
+        QVERIFY(application);
+        QCOMPARE(application->bundleIdentifier(), listedAs);
+        QVERIFY(!AppCatalog::excludedBundleIDs().contains(listedAs));
+        QCOMPARE(application->bundlePath(), std::nullopt);
     }
 
     void opensOnceThenBringsTheRunningInstanceForward() {

@@ -73,29 +73,67 @@ private slots:
         QCOMPARE(QString::number(store.score("app"), 'f', 4), score);
     }
 
-    void undecodableStoredDataStartsEmptyAndIsOverwritten_data() {
+    void storedDataKeepsEveryEntryThatDecodes_data() {
         QTest::addColumn<QString>("key");
         QTest::addColumn<QVariant>("value");
+        QTest::addColumn<QStringList>("kept");
         const QString counts = AppUsageStore::launchCountsKey;
         const QString dates = AppUsageStore::lastLaunchKey;
-        QTest::newRow("dates not JSON") << dates << QVariant(QByteArray("{oops"));
-        QTest::newRow("dates not numbers") << dates << QVariant(json({{"a", "yesterday"}}));
-        QTest::newRow("counts not integers") << counts << QVariant(json({{"a", 1.5}}));
-        QTest::newRow("counts as text, not bytes") << counts << QVariant(QString("{\"a\":3}"));
+        QTest::newRow("dates not JSON") << dates << QVariant(QByteArray("{oops")) << QStringList{};
+        QTest::newRow("one date not a number")
+            << dates << QVariant(json({{"a", "yesterday"}, {"b", 5}})) << QStringList{"b"};
+        QTest::newRow("one count not an integer")
+            << counts << QVariant(json({{"a", 1.5}, {"b", 1}})) << QStringList{"b"};
+        QTest::newRow("counts as text, not bytes")
+            << counts << QVariant(QString("{\"a\":3}")) << QStringList{};
     }
-    void undecodableStoredDataStartsEmptyAndIsOverwritten() {
+    void storedDataKeepsEveryEntryThatDecodes() {
         QFETCH(QString, key);
         QFETCH(QVariant, value);
+        QFETCH(QStringList, kept);
         MemoryDefaultsStore defaults;
         defaults.values = {{AppUsageStore::launchCountsKey, json({{"a", 3}, {"b", 1}})},
-                           {AppUsageStore::lastLaunchKey, json({{"a", 0}})}};
+                           {AppUsageStore::lastLaunchKey, json({{"a", 0}, {"b", 1}})}};
         defaults.values[key] = value;
         VirtualTime time;
         AppUsageStore store(defaults, time, std::nullopt);
-        QVERIFY(key == AppUsageStore::launchCountsKey ? store.launchCounts().isEmpty()
-                                                      : store.lastLaunch().isEmpty());
+        const auto keys = [&] {
+            QStringList ids = key == AppUsageStore::launchCountsKey ? store.launchCounts().keys()
+                                                                    : store.lastLaunch().keys();
+            ids.sort();
+            return ids;
+        };
+        QCOMPARE(keys(), kept);
         store.recordLaunch("c");
-        QCOMPARE(stored(defaults, key).keys(), QStringList{"c"});
+        QCOMPARE(stored(defaults, key).keys(), kept + QStringList{"c"});
+    }
+
+    void keepsOnlyTheIdentifiersLaunchedLast() {
+        const qsizetype maximum = AppUsageStore::maximumIdentifiers;
+        VirtualTime time;
+        const double now = year2001.msecsTo(time.now()) / 1000.0;
+        // More than the store keeps, the first launched last, and a time without a count.
+        QJsonObject counts, dates{{"no count", now}};
+        for (qsizetype i = 0; i < maximum + 10; ++i) {
+            counts.insert(QString::number(i), 1);
+            dates.insert(QString::number(i), now - double(i));
+        }
+        MemoryDefaultsStore defaults;
+        defaults.values = {{AppUsageStore::launchCountsKey, json(counts)},
+                           {AppUsageStore::lastLaunchKey, json(dates)}};
+        AppUsageStore store(defaults, time, std::nullopt);
+        QCOMPARE(store.launchCounts().size(), maximum);
+        QCOMPARE(store.lastLaunch().size(), maximum);
+        QVERIFY(store.launchCounts().contains(QString::number(maximum - 1)));
+        QVERIFY(!store.launchCounts().contains(QString::number(maximum)));
+
+        time.advance(1);
+        store.recordLaunch("new");
+        QCOMPARE(stored(defaults, AppUsageStore::launchCountsKey).size(), maximum);
+        QCOMPARE(stored(defaults, AppUsageStore::lastLaunchKey).size(), maximum);
+        QVERIFY(store.launchCounts().contains("new"));
+        QVERIFY(store.launchCounts().contains("0"));
+        QVERIFY(!store.launchCounts().contains(QString::number(maximum - 1)));
     }
 };
 

@@ -156,6 +156,29 @@ private slots:
         QCOMPARE(f.usage.launchCounts().value("org.example.Mail"), 1);
     }
 
+    void aProcessLaunchesOnceWhateverItsWindowsDo() {
+        Fixture f;
+        f.monitor.startObserving();
+        const auto editor = FakeRunningApplication::make("org.example.Editor", 100);
+        f.workspace.launch(editor);
+        // Its last window closed and another opened, or its window manager was replaced: the
+        // workspace posts the same process's handle again.
+        for (int round = 0; round < 3; ++round) {
+            f.workspace.applications.removeAll(editor);
+            emit f.workspace.didTerminateApplication(editor);
+            f.time.advance(60);
+            f.workspace.launch(editor);
+        }
+        f.time.runPending();
+        QCOMPARE(f.usage.launchCounts().value("org.example.Editor"), 1);
+
+        // The process ended and a new one got its pid.
+        f.workspace.end(editor);
+        f.workspace.launch(FakeRunningApplication::make("org.example.Editor", 100));
+        f.time.runPending();
+        QCOMPARE(f.usage.launchCounts().value("org.example.Editor"), 2);
+    }
+
     void launchesOfNoOrdinaryAppRecordNothing_data() {
         QTest::addColumn<QString>("launched");
         QTest::addColumn<bool>("isPosted"); // the notification carries the handle

@@ -1,3 +1,4 @@
+#include "fakes/FifoReaderGuard.h"
 #include "platform/linux/freedesktop/XdgAutostartService.h"
 
 #include <QCoreApplication>
@@ -7,6 +8,7 @@
 #include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
+#include <sys/stat.h>
 #include <unistd.h>
 
 using Status = LoginItemService::Status;
@@ -135,6 +137,27 @@ private slots:
         XdgAutostartService service(path, "quellory");
         QCOMPARE(service.registerService(), std::nullopt);
         QCOMPARE(read(oldFile), turnedOff);
+        QCOMPARE(key(path, "Exec"), "quellory");
+    }
+
+    void aFifoOrALinkAtTheEntrysPlaceIsReplacedNeverFollowed() {
+        QTemporaryDir folder;
+        const QString path = folder.filePath(entryName);
+        QCOMPARE(mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+        XdgAutostartService service(path, "quellory");
+        Status status = Status::enabled;
+        QVERIFY2(endsWithin(5000, {path}, [&] { status = service.status(); }),
+                 "a FIFO is not read");
+        QCOMPARE(status, Status::notRegistered);
+        QCOMPARE(service.registerService(), std::nullopt);
+        QCOMPARE(service.status(), Status::enabled);
+
+        const QString target = folder.filePath("target");
+        const QByteArray keep = "the user's own file";
+        QVERIFY(write(target, keep) && QFile::remove(path) && QFile::link(target, path));
+        QCOMPARE(service.registerService(), std::nullopt);
+        QCOMPARE(read(target), keep);
+        QVERIFY(!QFileInfo(path).isSymLink());
         QCOMPARE(key(path, "Exec"), "quellory");
     }
 

@@ -1,6 +1,7 @@
 #include "DesktopEntryIndex.h"
 
 #include "DesktopFileTree.h"
+#include "RegularFile.h"
 
 #include <glib.h>
 #include <memory>
@@ -28,12 +29,8 @@ QString programOf(const QString &exec) {
     return program.mid(program.lastIndexOf(QLatin1Char('/')) + 1);
 }
 
-// A regular file of a desktop entry's size: reading a FIFO would hang, a huge file is no entry.
-bool isReadableEntry(const QString &path) {
-    struct stat status {};
-    return stat(QFile::encodeName(path).constData(), &status) == 0 && S_ISREG(status.st_mode) &&
-           status.st_size <= 1024 * 1024;
-}
+// Desktop entries are small: a huge file is no entry.
+constexpr qint64 maxEntrySize = 1 << 20;
 
 } // namespace
 
@@ -79,11 +76,10 @@ void DesktopEntryIndex::read() {
 
 void DesktopEntryIndex::add(const FolderEntry &file) {
     const QString id = file.name.chopped(desktopSuffix.size());
-    if (m_byId.contains(id) || !isReadableEntry(file.path))
+    if (m_byId.contains(id))
         return;
     KeyFile keys(g_key_file_new(), g_key_file_free);
-    if (!g_key_file_load_from_file(keys.get(), QFile::encodeName(file.path).constData(),
-                                   G_KEY_FILE_NONE, nullptr))
+    if (!RegularFile::loadKeyFile(keys.get(), file.path, maxEntrySize))
         return;
     const char *group = G_KEY_FILE_DESKTOP_GROUP;
     Entry entry{id, file.path,

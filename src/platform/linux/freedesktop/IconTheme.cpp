@@ -1,11 +1,12 @@
 #include "IconTheme.h"
 
+#include "RegularFile.h"
+
 #include <algorithm>
 #include <array>
 #include <climits>
 #include <glib.h>
 #include <QDirIterator>
-#include <QFile>
 #include <QFileInfo>
 #include <tuple>
 
@@ -34,10 +35,16 @@ QStringList stringList(GKeyFile *file, const char *group, const char *key) {
     return result;
 }
 
-int integer(GKeyFile *file, const QByteArray &group, const char *key, int fallback) {
+// Far beyond any icon drawn, and small enough that no sum or product of sizes and scales
+// overflows: a theme's index may state anything.
+constexpr int largestSize = 1 << 16;
+constexpr int largestScale = 64;
+
+int integer(GKeyFile *file, const QByteArray &group, const char *key, int fallback, int low,
+            int high) {
     g_autoptr(GError) error = nullptr;
     const int value = g_key_file_get_integer(file, group.constData(), key, &error);
-    return error ? fallback : value;
+    return std::clamp(error ? fallback : value, low, high);
 }
 
 IconThemeDirectory::Type directoryType(GKeyFile *file, const QByteArray &group) {
@@ -51,17 +58,17 @@ IconThemeDirectory::Type directoryType(GKeyFile *file, const QByteArray &group) 
 
 std::optional<IconThemeDirectory> readDirectory(GKeyFile *file, const QString &path) {
     const QByteArray group = path.toUtf8();
-    const int size = integer(file, group, "Size", 0);
+    const int size = integer(file, group, "Size", 0, 0, largestSize);
     if (!g_key_file_has_group(file, group.constData()) || size <= 0)
         return std::nullopt;
     IconThemeDirectory directory;
     directory.path = path;
     directory.size = size;
-    directory.scale = std::max(1, integer(file, group, "Scale", 1));
+    directory.scale = integer(file, group, "Scale", 1, 1, largestScale);
     directory.type = directoryType(file, group);
-    directory.minSize = integer(file, group, "MinSize", size);
-    directory.maxSize = integer(file, group, "MaxSize", size);
-    directory.threshold = integer(file, group, "Threshold", 2);
+    directory.minSize = integer(file, group, "MinSize", size, 0, largestSize);
+    directory.maxSize = integer(file, group, "MaxSize", size, 0, largestSize);
+    directory.threshold = integer(file, group, "Threshold", 2, 0, largestSize);
     return directory;
 }
 
@@ -87,8 +94,7 @@ std::optional<IconTheme> IconTheme::load(const QString &name, const QStringList 
     g_key_file_set_list_separator(index, ',');
     const auto indexed =
         std::find_if(theme.m_roots.cbegin(), theme.m_roots.cend(), [&](const QString &root) {
-            const QByteArray path = QFile::encodeName(root + QLatin1String("/index.theme"));
-            return g_key_file_load_from_file(index, path.constData(), G_KEY_FILE_NONE, nullptr);
+            return RegularFile::loadKeyFile(index, root + QLatin1String("/index.theme"));
         });
     if (indexed == theme.m_roots.cend() || !g_key_file_has_group(index, themeGroup))
         return std::nullopt;
@@ -109,7 +115,7 @@ IconTheme IconTheme::looseIcons(const QStringList &folders) {
     anySize.size = 1;
     anySize.type = IconThemeDirectory::Type::Scalable;
     anySize.minSize = 1;
-    anySize.maxSize = INT_MAX;
+    anySize.maxSize = largestSize;
     theme.m_directories.append(anySize);
     theme.indexFiles();
     return theme;

@@ -1,5 +1,7 @@
 #include "IconThemeProvider.h"
 
+#include "RegularFile.h"
+
 // GIO has a field named "signals", which Qt defines as a keyword.
 #pragma push_macro("signals")
 #undef signals
@@ -7,9 +9,6 @@
 #pragma pop_macro("signals")
 
 #include <QDir>
-#include <QFile>
-#include <QFileInfo>
-#include <QImageReader>
 #include <QPainter>
 #include <QSet>
 #include <QStandardPaths>
@@ -24,12 +23,8 @@ const QString fallbackSymbol = QStringLiteral("app.fill");
 constexpr qint64 maxEntrySize = 1 << 20;
 
 QString iconNameOf(const QString &desktopEntry) {
-    const QFileInfo info(desktopEntry);
-    if (!info.isFile() || info.size() > maxEntrySize)
-        return {};
     g_autoptr(GKeyFile) file = g_key_file_new();
-    const QByteArray path = QFile::encodeName(desktopEntry);
-    if (!g_key_file_load_from_file(file, path.constData(), G_KEY_FILE_NONE, nullptr))
+    if (!RegularFile::loadKeyFile(file, desktopEntry, maxEntrySize))
         return {};
     g_autofree gchar *icon =
         g_key_file_get_string(file, G_KEY_FILE_DESKTOP_GROUP, G_KEY_FILE_DESKTOP_KEY_ICON, nullptr);
@@ -50,8 +45,8 @@ QImage transparentCanvas(int size) {
     return canvas;
 }
 
-QImage renderSvg(const QString &file, int size) {
-    QSvgRenderer renderer(file);
+QImage renderSvg(const QByteArray &data, int size) {
+    QSvgRenderer renderer(data);
     if (!renderer.isValid())
         return {};
     renderer.setAspectRatioMode(Qt::KeepAspectRatio);
@@ -61,9 +56,8 @@ QImage renderSvg(const QString &file, int size) {
     return canvas;
 }
 
-QImage renderRaster(const QString &file, int size) {
-    QImageReader reader(file);
-    const QImage image = reader.read();
+QImage renderRaster(const QByteArray &data, int size) {
+    const QImage image = QImage::fromData(data);
     if (image.isNull())
         return {};
     const QImage scaled = image.scaled(size, size, Qt::KeepAspectRatio, Qt::SmoothTransformation);
@@ -73,10 +67,14 @@ QImage renderRaster(const QString &file, int size) {
     return canvas;
 }
 
+// The file is read here, as any file an entry names: the image readers would open anything.
 QImage render(const QString &file, int size) {
+    const auto data = RegularFile::read(file);
+    if (!data)
+        return {};
     const bool isSvg = file.endsWith(QLatin1String(".svg"), Qt::CaseInsensitive) ||
                        file.endsWith(QLatin1String(".svgz"), Qt::CaseInsensitive);
-    return isSvg ? renderSvg(file, size) : renderRaster(file, size);
+    return isSvg ? renderSvg(*data, size) : renderRaster(*data, size);
 }
 
 // What stands in when the theme has not even a generic application icon.

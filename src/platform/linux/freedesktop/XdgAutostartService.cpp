@@ -1,12 +1,13 @@
 #include "XdgAutostartService.h"
 
+#include "RegularFile.h"
+
 #include <algorithm>
 #include <memory>
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QSaveFile>
 
 // GLib names a member "signals", which Qt's headers have made a keyword.
 #pragma push_macro("signals")
@@ -71,8 +72,7 @@ QString XdgAutostartService::execLine(const QString &program) {
 
 LoginItemService::Status XdgAutostartService::status() const {
     KeyFile entry(g_key_file_new(), g_key_file_free);
-    if (!g_key_file_load_from_file(entry.get(), QFile::encodeName(m_path).constData(),
-                                   G_KEY_FILE_NONE, nullptr))
+    if (!RegularFile::loadKeyFile(entry.get(), m_path))
         return Status::notRegistered;
     const char *group = G_KEY_FILE_DESKTOP_GROUP;
     g_autofree gchar *exec =
@@ -101,10 +101,12 @@ std::optional<QString> XdgAutostartService::registerService() {
 
     // A folder that cannot be made shows as the file's own error below.
     QDir().mkpath(QFileInfo(m_path).path());
-    QSaveFile file(m_path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(data, qint64(length)) != qint64(length) ||
-        !file.commit())
-        return file.errorString();
+    // Written to a new file beside it, then renamed over it: whatever lies at the path, a link
+    // included, is replaced and never written through.
+    g_autoptr(GError) error = nullptr;
+    if (!g_file_set_contents_full(QFile::encodeName(m_path).constData(), data, gssize(length),
+                                  G_FILE_SET_CONTENTS_CONSISTENT, 0644, &error))
+        return QString::fromUtf8(error->message);
     return std::nullopt;
 }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <QCoreApplication>
 #include <QSysInfo>
 #include <span>
 #include <xcb/res.h>
@@ -199,10 +200,12 @@ std::vector<ClientWindow> ClientWindowReader::read(const std::vector<xcb_window_
                     window.processIdentifier = qint32(*xcb_res_client_id_value_value(it.data));
             }
         }
-        // A pid that a client states is only worth believing when it runs on this machine.
+        // A pid that a client states is only worth believing when it runs on this machine, and
+        // it never names this program: the server itself gives the pid of its own windows.
         const auto statedPids = valuesOf<std::uint32_t>(replies[netWmPid]);
         if (window.processIdentifier <= 0 && !statedPids.empty() &&
-            textOf(replies[clientMachine]) == m_hostName)
+            textOf(replies[clientMachine]) == m_hostName &&
+            qint64(statedPids.front()) != QCoreApplication::applicationPid())
             window.processIdentifier = qint32(statedPids.front());
     }
     return result;

@@ -138,11 +138,6 @@ bool X11RunningApplication::terminate() {
 }
 
 bool X11RunningApplication::requestQuitAction() const {
-    if (!m_exportsQuitAction)
-        return false;
-    for (const ClientWindow &window : m_windows) {
-        if (!window.gtkBusName.isEmpty() && !window.gtkObjectPath.isEmpty())
-            return ApplicationQuitAction::activate(window.gtkBusName, window.gtkObjectPath);
-    }
-    return false;
+    return exportsQuitAction() &&
+           ApplicationQuitAction::activate(m_quitOwnerName, m_quitObjectPath);
 }

@@ -36,8 +36,12 @@ public:
     // The workspace keeps the process's windows and what they tell current.
     void update(std::vector<ClientWindow> windows, ApplicationMatcher::Match match);
     // Whether the application has its own Quit on the session bus, as far as it has answered.
-    bool exportsQuitAction() const { return m_exportsQuitAction; }
-    void setExportsQuitAction(bool exportsQuit) { m_exportsQuitAction = exportsQuit; }
+    bool exportsQuitAction() const { return !m_quitOwnerName.isEmpty(); }
+    // The connection of the process's own that exports it, and where.
+    void setQuitAction(const QString &ownerName, const QString &objectPath) {
+        m_quitOwnerName = ownerName;
+        m_quitObjectPath = objectPath;
+    }
 
 signals:
     // The process has ended.
@@ -56,6 +60,7 @@ private:
     std::vector<ClientWindow> m_windows;
     ApplicationMatcher::Match m_match;
     bool m_isTerminated = false;
-    bool m_exportsQuitAction = false;
+    QString m_quitOwnerName;
+    QString m_quitObjectPath;
     mutable std::optional<QImage> m_icon;
 };

@@ -257,10 +257,19 @@ ApplicationMatcher::Match X11Workspace::matchOf(qint32 processIdentifier,
                                                 const std::vector<ClientWindow> &windows,
                                                 const ProcessFacts &facts) const {
     ApplicationMatcher::Match match = m_matcher.match(windows, facts);
-    // This program is itself, installed or not, so that it never lists or quits itself.
+    const std::optional<QString> ownId = m_bundles.mainBundleIdentifier();
+    if (!ownId)
+        return match;
+    // This program is itself by its pid alone, installed or not, so that it never lists or quits
+    // itself. Another that states its identifier or window class would hide from the list: it
+    // goes by the program it runs, or by its pid where even that is this program's identifier.
     if (processIdentifier == QCoreApplication::applicationPid()) {
-        if (const auto ownId = m_bundles.mainBundleIdentifier())
-            match.bundleIdentifier = *ownId;
+        match.bundleIdentifier = *ownId;
+    } else if (match.bundleIdentifier == *ownId) {
+        QString name = facts.program;
+        if (name.isEmpty() || name == *ownId)
+            name = QStringLiteral("pid-%1").arg(processIdentifier);
+        match = {name, name, std::nullopt, ApplicationMatcher::Rule::windowClass};
     }
     return match;
 }
@@ -274,8 +283,10 @@ void X11Workspace::watch(X11RunningApplication *application,
     });
     if (stated != windows.end())
         ApplicationQuitAction::probe(
-            stated->gtkBusName, stated->gtkObjectPath, application,
-            [application](bool exportsQuit) { application->setExportsQuitAction(exportsQuit); });
+            stated->gtkBusName, stated->gtkObjectPath, application->processIdentifier(),
+            application, [application, path = stated->gtkObjectPath](const QString &owner) {
+                application->setQuitAction(owner, path);
+            });
 }
 
 void X11Workspace::applicationEnded(X11RunningApplication *application) {
