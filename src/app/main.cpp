@@ -12,8 +12,9 @@
 #include "platform/linux/freedesktop/SettingsFileDefaultsStore.h"
 #include "platform/linux/freedesktop/StatusNotifierWatcher.h"
 #include "platform/linux/freedesktop/XdgAutostartService.h"
+#include "platform/linux/LinuxSession.h"
+#include "platform/linux/session/SessionWorkspace.h"
 #include "platform/linux/session/StandardErrorLog.h"
-#include "platform/linux/x11/X11Workspace.h"
 #include "QtMessageFilter.h"
 #include "QuelloryApp.h"
 #include "SingleInstance.h"
@@ -33,6 +34,10 @@ int main(int argc, char **argv) {
     if (const auto status = CommandLine::answer(argc, argv, QStringLiteral(QUELLORY_VERSION)))
         return *status;
     std::optional<WindowSystemGuard> guard(std::in_place);
+    // On a Wayland session the window is a Wayland client of its own, whatever the login
+    // manager told Qt; Xwayland serves only where Qt's Wayland plugin is missing.
+    if (LinuxSession::isWayland() && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "wayland;xcb");
     QApplication application(argc, argv);
     guard.reset();
     QApplication::setApplicationName(QStringLiteral("Quellory"));
@@ -59,7 +64,9 @@ int main(int argc, char **argv) {
     // its global pool and waits for it on the GUI thread, so nothing slow may ever queue there.
     // It ends, waiting for its tasks, before the parts they use.
     QThreadPool pool;
-    X11Workspace workspace(bundles, log, pool);
+    // X11, or a Wayland compositor together with its Xwayland.
+    const auto session = LinuxSession::workspace(bundles, log, pool);
+    Workspace &workspace = *session;
     XdgAutostartService loginItems;
     AppEnvironment platform;
     platform.bundles = &bundles;

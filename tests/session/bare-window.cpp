@@ -5,11 +5,14 @@
 // after LIFETIME_MS (0: never), so that a benchmark can watch processes end without sending
 // signals. Each further argument sets a property on every window, in place of the default
 // WM_CLASS: TYPE is UTF8_STRING (the default), STRING (a comma separates the strings of a list)
-// or CARDINAL.
+// or CARDINAL. It states its pid and host, as Xlib programs do, for servers that do not tell a
+// client's pid (Xwayland), and paints its background, without which a compositor never shows it.
 #include <chrono>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 #include <xcb/xcb.h>
 
@@ -66,10 +69,21 @@ int main(int argc, char **argv) {
         properties.push_back(
             {XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 8, std::string("bare-window\0BareWindow", 22)});
     const xcb_screen_t *screen = xcb_setup_roots_iterator(xcb_get_setup(connection)).data;
+    xcb_intern_atom_reply_t *pidAtom = xcb_intern_atom_reply(
+        connection, xcb_intern_atom(connection, 0, 11, "_NET_WM_PID"), nullptr);
+    const std::uint32_t pid = std::uint32_t(getpid());
+    char host[256] = {};
+    gethostname(host, sizeof host - 1);
     for (int i = 0; i < windowCount; ++i) {
         const xcb_window_t window = xcb_generate_id(connection);
         xcb_create_window(connection, XCB_COPY_FROM_PARENT, window, screen->root, 0, 0, 200, 100, 0,
-                          XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, 0, nullptr);
+                          XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, XCB_CW_BACK_PIXEL,
+                          &screen->white_pixel);
+        xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, XCB_ATOM_WM_CLIENT_MACHINE,
+                            XCB_ATOM_STRING, 8, std::uint32_t(std::strlen(host)), host);
+        if (pidAtom)
+            xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, pidAtom->atom,
+                                XCB_ATOM_CARDINAL, 32, 1, &pid);
         for (const Property &property : properties)
             xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, property.name,
                                 property.type, property.format,
@@ -77,6 +91,7 @@ int main(int argc, char **argv) {
                                 property.value.data());
         xcb_map_window(connection, window);
     }
+    std::free(pidAtom);
     xcb_flush(connection);
     if (lifetimeMs > 0) {
         // The windows select no events, so nothing needs reading meanwhile.

@@ -1,0 +1,50 @@
+#include "LinuxSession.h"
+
+#include "platform/SystemLog.h"
+#include "SessionWorkspace.h"
+#include "WaylandConnection.h"
+#include "WlrForeignToplevelSource.h"
+#include "X11WindowSource.h"
+
+namespace {
+
+// The compositor's toplevels through the first protocol it offers that we speak.
+std::unique_ptr<WindowSource> compositorSource(SystemLog &log) {
+    std::shared_ptr<WaylandConnection> connection = WaylandConnection::open();
+    if (!connection) {
+        log.write(QStringLiteral("Quellory: cannot connect to the Wayland compositor at "
+                                 "WAYLAND_DISPLAY=%1; only X11 programs are listed")
+                      .arg(qEnvironmentVariable("WAYLAND_DISPLAY")));
+        return nullptr;
+    }
+    if (auto wlroots = WlrForeignToplevelSource::listen(connection, log))
+        return wlroots;
+    log.write(QStringLiteral("Quellory: the Wayland compositor offers no window list that "
+                             "Quellory can read; only X11 programs are listed"));
+    return nullptr;
+}
+
+} // namespace
+
+bool LinuxSession::isWayland() {
+    return !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
+           qgetenv("XDG_SESSION_TYPE") == "wayland";
+}
+
+std::unique_ptr<SessionWorkspace> LinuxSession::workspace(const ApplicationBundles &bundles,
+                                                          SystemLog &log, QThreadPool &launchPool) {
+    auto workspace = std::make_unique<SessionWorkspace>(bundles, launchPool);
+    if (!isWayland()) {
+        workspace->addSource(
+            std::make_unique<X11WindowSource>(log, X11WindowSource::Server::session));
+    } else {
+        // Xwayland's programs come first: they are read and closed through the X11 code.
+        if (!qEnvironmentVariableIsEmpty("DISPLAY"))
+            workspace->addSource(
+                std::make_unique<X11WindowSource>(log, X11WindowSource::Server::xwayland));
+        if (auto compositor = compositorSource(log))
+            workspace->addSource(std::move(compositor));
+    }
+    workspace->start();
+    return workspace;
+}
