@@ -3,6 +3,8 @@
 #include "Contrast.h"
 
 #include <QPainter>
+#include <QStyle>
+#include <QStyleOptionButton>
 
 namespace {
 
@@ -46,6 +48,10 @@ void ProminentButton::paintEvent(QPaintEvent *) {
     painter.setPen(Qt::NoPen);
     painter.setBrush(fill);
     painter.drawRoundedRect(bounds, radius, radius);
-    painter.setPen(label);
-    painter.drawText(bounds, Qt::AlignCenter | Qt::TextSingleLine | Qt::TextShowMnemonic, text());
+    // The style draws the label, so that "&" shows as the style shows it on every button.
+    QStyleOptionButton option;
+    initStyleOption(&option);
+    option.rect = bounds.toRect();
+    option.palette.setColor(QPalette::ButtonText, label);
+    style()->drawControl(QStyle::CE_PushButtonLabel, &option, &painter, this);
 }

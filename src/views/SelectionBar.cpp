@@ -1,8 +1,8 @@
 #include "SelectionBar.h"
 
+#include "LiteralText.h"
 #include "ProminentButton.h"
 #include "SecondaryLabel.h"
-#include "LiteralText.h"
 
 #include <QHBoxLayout>
 #include <QPainter>

@@ -1,6 +1,5 @@
 #include "DesktopEntryApplications.h"
 
-#include "DesktopAppLauncher.h"
 #include "DesktopEntryFile.h"
 #include "DesktopFileTree.h"
 
@@ -8,6 +7,10 @@
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
+#pragma push_macro("signals")
+#undef signals
+#include <gio/gdesktopappinfo.h>
+#pragma pop_macro("signals")
 #include <glib.h>
 #include <QDir>
 #include <QFile>
@@ -216,7 +219,16 @@ DesktopEntryApplications::pathForBundleIdentifier(const QString &bundleID) const
 }
 
 std::optional<QString> DesktopEntryApplications::pathForUrlScheme(const QString &scheme) const {
-    return DesktopAppLauncher::handlerOfScheme(scheme);
+    // The application that the user chose for links of the scheme, as GIO reads mimeapps.list.
+    GAppInfo *handler = g_app_info_get_default_for_uri_scheme(scheme.toUtf8().constData());
+    std::optional<QString> path;
+    if (handler && G_IS_DESKTOP_APP_INFO(handler)) {
+        if (const char *file = g_desktop_app_info_get_filename(G_DESKTOP_APP_INFO(handler)))
+            path = QString::fromUtf8(file);
+    }
+    if (handler)
+        g_object_unref(handler);
+    return path;
 }
 
 std::optional<QString> DesktopEntryApplications::mainBundleIdentifier() const {

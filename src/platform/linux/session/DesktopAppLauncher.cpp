@@ -43,12 +43,3 @@ std::optional<QString> DesktopAppLauncher::launch(const QString &path) {
     g_clear_error(&error);
     return description;
 }
-
-std::optional<QString> DesktopAppLauncher::handlerOfScheme(const QString &scheme) {
-    const GObjectPtr<GAppInfo> handler(
-        g_app_info_get_default_for_uri_scheme(scheme.toUtf8().constData()));
-    if (!handler || !G_IS_DESKTOP_APP_INFO(handler.get()))
-        return std::nullopt;
-    const char *file = g_desktop_app_info_get_filename(G_DESKTOP_APP_INFO(handler.get()));
-    return file ? std::optional(QString::fromUtf8(file)) : std::nullopt;
-}

@@ -11,7 +11,4 @@ class DesktopAppLauncher {
 public:
     // No error, or the description of what went wrong.
     static std::optional<QString> launch(const QString &path);
-    // The desktop file of the application that the user chose for links of a scheme, as GIO
-    // reads it from mimeapps.list; none when nothing handles them.
-    static std::optional<QString> handlerOfScheme(const QString &scheme);
 };
