@@ -10,7 +10,6 @@ class AppCatalog;
 class AppSettings;
 class ApplicationBundles;
 class QSystemTrayIcon;
-class QTimer;
 class Scheduler;
 class WindowMonitor;
 class Workspace;
@@ -69,7 +68,6 @@ private:
     QAction *makeQuitItem(const RunningApplicationPtr &application);
     void addHeader(const QString &title);
     void addSpacer();
-    void showStatusItemWhenTrayAppears();
 
     AppSettings &m_settings;
     WindowMonitor &m_monitor;
@@ -82,5 +80,4 @@ private:
     QMenu m_statusMenu;
     bool m_wasAccessoryBeforeMenu = false;
     ActivationPolicy m_activationPolicy = ActivationPolicy::Regular;
-    QTimer *m_trayRetry;
 };
