@@ -18,13 +18,11 @@
 #include <QCloseEvent>
 #include <QCursor>
 #include <QSystemTrayIcon>
-#include <QTimer>
 
 namespace {
 
 const QString finderBundleID = QStringLiteral("com.apple.finder");
 constexpr int menuIconSize = 18;
-constexpr int trayRetryMs = 2000;
 
 } // namespace
 
@@ -34,11 +32,9 @@ AppDelegate::AppDelegate(AppSettings &settings, WindowMonitor &monitor, AppCatal
                          QObject *parent)
     : QObject(parent), m_settings(settings), m_monitor(monitor), m_catalog(catalog), m_icons(icons),
       m_workspace(workspace), m_scheduler(scheduler), m_bundles(bundles),
-      m_menuDrawnByDesktop(menuDrawnByDesktop), m_trayRetry(new QTimer(this)) {
+      m_menuDrawnByDesktop(menuDrawnByDesktop) {
     connect(&m_statusMenu, &QMenu::aboutToShow, this, &AppDelegate::rebuildStatusMenu);
     connect(&m_statusMenu, &QMenu::aboutToHide, this, &AppDelegate::menuDidClose);
-    m_trayRetry->setInterval(trayRetryMs);
-    connect(m_trayRetry, &QTimer::timeout, this, &AppDelegate::showStatusItemWhenTrayAppears);
 }
 
 AppDelegate::~AppDelegate() = default;
@@ -149,21 +145,8 @@ void AppDelegate::installStatusItem() {
     Observation::rearming(m_statusItem.get(), m_scheduler,
                           {ObservedProperty(&m_monitor, &WindowMonitor::runningAppsChanged)},
                           [this] { updateStatusButton(); });
-    showStatusItemWhenTrayAppears();
-}
-
-// At login the panel often starts after the program: the icon shows once a tray is there.
-void AppDelegate::showStatusItemWhenTrayAppears() {
-    if (!m_statusItem) {
-        m_trayRetry->stop();
-        return;
-    }
-    if (QSystemTrayIcon::isSystemTrayAvailable()) {
-        m_trayRetry->stop();
-        m_statusItem->show();
-    } else if (!m_trayRetry->isActive()) {
-        m_trayRetry->start();
-    }
+    // At login the panel often starts after the program: Qt docks the icon once a tray appears.
+    m_statusItem->show();
 }
 
 void AppDelegate::removeStatusItem() {

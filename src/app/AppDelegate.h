@@ -11,7 +11,6 @@ class AppSettings;
 class ApplicationBundles;
 class IconCache;
 class QSystemTrayIcon;
-class QTimer;
 class Scheduler;
 class WindowMonitor;
 class Workspace;
@@ -72,7 +71,6 @@ private:
     QAction *addItem(const QString &text);
     void addHeader(const QString &title);
     void addSpacer();
-    void showStatusItemWhenTrayAppears();
 
     AppSettings &m_settings;
     WindowMonitor &m_monitor;
@@ -87,5 +85,4 @@ private:
     bool m_wasAccessoryBeforeMenu = false;
     bool m_isQuitting = false;
     ActivationPolicy m_activationPolicy = ActivationPolicy::Regular;
-    QTimer *m_trayRetry;
 };

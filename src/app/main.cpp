@@ -1,4 +1,4 @@
-#include "CommandLine.h"
+#include "CommandLineOptions.h"
 #include "models/AppCatalog.h"
 #include "models/AppEnvironment.h"
 #include "models/AppSettings.h"
@@ -31,7 +31,8 @@
 
 int main(int argc, char **argv) {
     QtMessageFilter::install();
-    if (const auto status = CommandLine::answer(argc, argv, QStringLiteral(QUELLORY_VERSION)))
+    if (const auto status =
+            CommandLineOptions::answer(argc, argv, QStringLiteral(QUELLORY_VERSION)))
         return *status;
     std::optional<WindowSystemGuard> guard(std::in_place);
     // On a Wayland session the window is a Wayland client of its own, whatever the login

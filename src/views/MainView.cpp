@@ -1,6 +1,7 @@
 #include "MainView.h"
 
 #include "AppsListView.h"
+#include "CursorBlinkLimit.h"
 #include "LaunchLoadingView.h"
 #include "LiteralText.h"
 #include "models/AppCatalog.h"
@@ -36,6 +37,9 @@ QIcon settingsIcon() {
     }
     return {};
 }
+
+// How long the search field's cursor blinks after the last input.
+constexpr int searchBlinkMs = 10000;
 
 } // namespace
 
@@ -75,6 +79,7 @@ QWidget *MainView::makeToolbar() {
     m_search->setPlaceholderText(tr("Search apps"));
     m_search->setAccessibleName(tr("Search apps"));
     m_search->setClearButtonEnabled(true);
+    new CursorBlinkLimit(m_search, searchBlinkMs);
     // Qt's button has a picture and no name; a screen reader would read nothing.
     for (QToolButton *button : m_search->findChildren<QToolButton *>())
         button->setAccessibleName(tr("Clear search"));

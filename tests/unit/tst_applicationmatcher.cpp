@@ -49,6 +49,33 @@ private:
         return entries;
     }
 
+    // Qt 5's tools beside Qt 6's of the same names, a link, a wrapper script and a launcher.
+    void writePrograms() {
+        QVERIFY(QDir(m_root.path()).mkpath("qt5") && QDir(m_root.path()).mkpath("qt6") &&
+                QDir(m_root.path()).mkpath("bin"));
+        const QString root = QFileInfo(m_root.path()).canonicalFilePath();
+        for (const char *name : {"qt5/designer", "qt5/linguist", "qt6/designer", "qt6/linguist",
+                                 "qt6/assistant", "bin/launcher"}) {
+            QFile program(root + '/' + name);
+            QVERIFY(program.open(QIODevice::WriteOnly) && program.write("\x7f"
+                                                                        "ELF") == 4);
+        }
+        QFile script(root + "/bin/assistant");
+        QVERIFY(script.open(QIODevice::WriteOnly));
+        script.write("#!/bin/sh\nexec " + root.toUtf8() + "/qt6/assistant \"$@\"\n");
+        QVERIFY(QFile::link(root + "/qt5/linguist", root + "/bin/linguist"));
+        const auto entry = [&root](const char *name, const char *program, const char *wmClass) {
+            return QStringLiteral("Name=%1\nExec=%2/%3 %F\nStartupWMClass=%4\n")
+                .arg(name, root, program, wmClass)
+                .toUtf8();
+        };
+        write("system", "designer-qt5.desktop", entry("Designer 5", "qt5/designer", "designer"));
+        write("system", "linguist-qt5.desktop", entry("Linguist 5", "bin/linguist", "linguist"));
+        write("system", "assistant.desktop", entry("Assistant", "bin/assistant", "assistant"));
+        write("system", "tool.desktop", entry("Tool", "bin/launcher --run", "Tool"));
+        write("system", "idle.desktop", entry("IDLE", "bin/idle", "NoSuchClass"));
+    }
+
 private slots:
     void initTestCase() {
         write("system", "org.example.Term.desktop",
@@ -62,6 +89,7 @@ private slots:
         write("user", "org.example.Term.desktop",
               "Name=My Terminal\nExec=term\nStartupWMClass=Term\nHidden=true\n");
         write("user", "tools/calc.desktop", "Name=Calculator\nExec=calc\n");
+        writePrograms();
     }
 
     void usesTheStrongestEvidence_data() {
@@ -111,6 +139,29 @@ private slots:
             none, "player", "Player", Rule::wmClassAsId);
         row("app_id of no entry names it", {toplevel("org.example.Unknown")}, none,
             "org.example.Unknown", "org.example.Unknown", Rule::windowClass);
+
+        const QString root = QFileInfo(m_root.path()).canonicalFilePath();
+        const auto running = [&root](const char *commandLine, const char *executable) {
+            ProcessFacts facts;
+            facts.program = ProcessFacts::programOf(QByteArray(commandLine).replace(' ', '\0'));
+            facts.executable = root + '/' + executable;
+            return facts;
+        };
+        row("Qt 6's tool is not Qt 5's of the same name and class",
+            {window("designer", "designer")}, running("/usr/bin/designer", "qt6/designer"),
+            "designer", "designer", Rule::windowClass);
+        row("Qt 5's tool, through a link in Exec", {window("linguist", "linguist")},
+            running("linguist", "qt5/linguist"), "linguist-qt5", "Linguist 5",
+            Rule::startupWMClass);
+        row("Qt 6's tool, through a link in Exec to Qt 5's", {window("linguist", "linguist")},
+            running("linguist", "qt6/linguist"), "linguist", "linguist", Rule::windowClass);
+        row("a wrapper script may start a program of its name anywhere",
+            {window("assistant", "assistant")}, running("assistant", "qt6/assistant"), "assistant",
+            "Assistant", Rule::startupWMClass);
+        row("a launcher may start a program of any name", {window("tool", "Tool")},
+            running("tool", "qt6/tool"), "tool", "Tool", Rule::startupWMClass);
+        row("the script that an interpreter runs", {window("Toplevel", "Tk")},
+            running("/usr/bin/python3 bin/idle -n", "bin/idle"), "idle", "IDLE", Rule::commandLine);
     }
     void usesTheStrongestEvidence() {
         QFETCH(QList<ClientWindow>, windows);

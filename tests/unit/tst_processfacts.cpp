@@ -2,6 +2,9 @@
 #include "platform/linux/wayland/ToplevelProcesses.h"
 
 #include <QCoreApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QTemporaryDir>
 #include <QTest>
 #include <unistd.h>
 
@@ -54,16 +57,71 @@ private slots:
         QCOMPARE(ProcessFacts::launchedDesktopFileOf("PATH=/bin", 4242), std::nullopt);
     }
 
-    void namesTheProgramWithoutItsFolder() {
-        QCOMPARE(ProcessFacts::programOf(QByteArrayList{"/usr/bin/xterm", "-e", "sh"}.join('\0')),
-                 "xterm");
-        QCOMPARE(ProcessFacts::programOf("mousepad"), "mousepad");
-        QCOMPARE(ProcessFacts::programOf(QByteArray()), QString());
+    void namesTheProgramOrTheScriptItsInterpreterRuns_data() {
+        QTest::addColumn<QByteArrayList>("arguments");
+        QTest::addColumn<QString>("program");
+        const auto row = [](const char *line, const char *program) {
+            QTest::newRow(line) << QByteArray(line).split(' ') << program;
+        };
+        row("/usr/bin/xterm -e sh", "xterm");
+        row("mousepad", "mousepad");
+        row("/usr/bin/python3 /usr/bin/idle -n", "idle");
+        row("python3.11 -u -W ignore -X dev ./tool.py --flag", "tool.py");
+        row("python3 -m idlelib", "idlelib");
+        row("python3 -Wdefault::DeprecationWarning tool.py", "tool.py");
+        row("/usr/lib/jvm/java-17/bin/java -Xmx1g -cp lib.jar -jar /opt/game/game.jar", "game.jar");
+        row("java --add-opens m/p=ALL -classpath a.jar org.example.Main", "org.example.Main");
+        row("perl -w -I lib /usr/bin/exiftool-gui", "exiftool-gui");
+        row("/bin/sh -e -o pipefail ./run.sh a b", "run.sh");
+        row("/usr/bin/env LANG=C -u DISPLAY python3 -- /usr/games/pysol", "pysol");
+        // Code given inline or read from standard input: the interpreter itself runs.
+        row("sh -c exec", "sh");
+        row("bash -lc exec", "bash");
+        row("perl -pe s/a/b/", "perl");
+        row("python3 -", "python3");
+        row("python3", "python3");
+        row("env FOO=1", "env");
+        // A program that merely shares a prefix with an interpreter.
+        row("/usr/bin/shotwell /home/a/x.jpg", "shotwell");
+    }
+    void namesTheProgramOrTheScriptItsInterpreterRuns() {
+        QFETCH(QByteArrayList, arguments);
+        QTEST(ProcessFacts::programOf(arguments.join('\0') + '\0'), "program");
+    }
+
+    void resolvesTheFileTheProcessRuns() {
+        // A process folder laid out as /proc lays it out: the kernel's links, the command line.
+        QTemporaryDir root;
+        QVERIFY(QDir(root.path()).mkpath("42") && QDir(root.path()).mkpath("work/bin"));
+        const QString work = QFileInfo(root.filePath("work")).canonicalFilePath();
+        QVERIFY(QFile::link(work + "/bin/interpreter", root.filePath("42/exe")));
+        QVERIFY(QFile::link(work, root.filePath("42/cwd")));
+        QVERIFY(QFile::link(work + "/bin/tool", work + "/tool-link"));
+        const auto factsOf = [&root](const QByteArrayList &arguments) {
+            const QByteArray commandLine = arguments.join('\0') + '\0';
+            QFile file(root.filePath("42/cmdline"));
+            if (!file.open(QIODevice::WriteOnly) || file.write(commandLine) != commandLine.size())
+                qFatal("cannot write the command line");
+            file.close();
+            return ProcessFacts::of(42, root.path());
+        };
+        for (const char *name : {"/bin/interpreter", "/bin/tool"})
+            QVERIFY(QFile(work + name).open(QIODevice::WriteOnly));
+
+        ProcessFacts facts = factsOf({"python3", "tool-link"});
+        QCOMPARE(facts.program, "tool-link");
+        QCOMPARE(facts.executable, work + "/bin/tool");
+        QCOMPARE(factsOf({"whatever", "-x"}).executable, work + "/bin/interpreter");
+        // A script that is gone, or a process that cannot be read, is unknown.
+        QCOMPARE(factsOf({"python3", "/nonexistent/tool"}).executable, QString());
+        QCOMPARE(ProcessFacts::of(43, root.path()).program, QString());
     }
 
     void readsThisProcess() {
         const ProcessFacts facts = ProcessFacts::of(qint32(getpid()));
         QCOMPARE(facts.program, QCoreApplication::applicationFilePath().section('/', -1));
+        QCOMPARE(facts.executable,
+                 QFileInfo(QCoreApplication::applicationFilePath()).canonicalFilePath());
         QVERIFY(ProcessFacts::isRunning(qint32(getpid())));
         QVERIFY(!ProcessFacts::isRunning(-1));
     }

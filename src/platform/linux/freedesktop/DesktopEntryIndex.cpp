@@ -1,5 +1,6 @@
 #include "DesktopEntryIndex.h"
 
+#include "CommandLine.h"
 #include "DesktopFileTree.h"
 #include "RegularFile.h"
 
@@ -20,13 +21,15 @@ QString takeText(gchar *text) {
     return result;
 }
 
-QString programOf(const QString &exec) {
+QString programArgumentOf(const QString &exec) {
     gchar **argv = nullptr;
     if (exec.isEmpty() || !g_shell_parse_argv(exec.toUtf8().constData(), nullptr, &argv, nullptr))
         return {};
-    const QString program = QString::fromUtf8(argv[0]);
+    QByteArrayList arguments;
+    for (gchar **argument = argv; *argument; ++argument)
+        arguments.append(*argument);
     g_strfreev(argv);
-    return program.mid(program.lastIndexOf(QLatin1Char('/')) + 1);
+    return QString::fromUtf8(arguments[CommandLine::programIndex(arguments)]);
 }
 
 // Desktop entries are small: a huge file is no entry.
@@ -83,10 +86,14 @@ void DesktopEntryIndex::add(const FolderEntry &file) {
     if (!RegularFile::loadKeyFile(keys.get(), file.path, maxEntrySize))
         return;
     const char *group = G_KEY_FILE_DESKTOP_GROUP;
-    Entry entry{id, file.path,
+    const QString program =
+        programArgumentOf(takeText(g_key_file_get_string(keys.get(), group, "Exec", nullptr)));
+    Entry entry{id,
+                file.path,
                 takeText(g_key_file_get_locale_string(keys.get(), group, "Name", nullptr, nullptr)),
                 takeText(g_key_file_get_string(keys.get(), group, "StartupWMClass", nullptr)),
-                programOf(takeText(g_key_file_get_string(keys.get(), group, "Exec", nullptr)))};
+                program.mid(program.lastIndexOf(QLatin1Char('/')) + 1),
+                program.startsWith(QLatin1Char('/')) ? program : QString()};
     if (entry.name.isEmpty())
         entry.name = id;
     const qsizetype index = qsizetype(m_entries.size());

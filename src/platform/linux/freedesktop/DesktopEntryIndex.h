@@ -18,7 +18,8 @@ public:
         QString path;
         QString name; // the localized Name, else the ID
         QString startupWMClass;
-        QString program; // the file name of the Exec program
+        QString program;     // the file name of the Exec program, or of the script it runs
+        QString programPath; // that program as Exec gives it, when it is an absolute path
     };
 
     // Names are localized for the languages of the process. Nothing is read until the first

@@ -1,5 +1,11 @@
 #include "ApplicationMatcher.h"
 
+#include <fcntl.h>
+#include <QFile>
+#include <QFileInfo>
+#include <sys/stat.h>
+#include <unistd.h>
+
 namespace {
 
 using Rule = ApplicationMatcher::Rule;
@@ -9,6 +15,38 @@ constexpr Rule rulesInOrder[] = {Rule::startupWMClass, Rule::statedId,     Rule:
 
 bool isAboutWindows(Rule rule) {
     return rule == Rule::startupWMClass || rule == Rule::statedId || rule == Rule::wmClassAsId;
+}
+
+bool isAboutThePrograms(Rule rule) {
+    return rule == Rule::startupWMClass || rule == Rule::commandLine;
+}
+
+// A script, or anything but a plain file, may start a program of any name or place.
+bool mayStartAnotherProgram(const QString &path) {
+    const int fd = open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    if (fd < 0)
+        return true;
+    struct stat status {};
+    char start[2] = {};
+    const bool isPlainProgram = fstat(fd, &status) == 0 && S_ISREG(status.st_mode) &&
+                                read(fd, start, sizeof start) == sizeof start &&
+                                !(start[0] == '#' && start[1] == '!');
+    close(fd);
+    return !isPlainProgram;
+}
+
+// Whether the process plainly runs another program than the entry's Exec names: a program of
+// the same name installed elsewhere, such as Qt 6's tool beside the Qt 5 one whose entry claims
+// their common window class. A launcher or wrapper script may start any program, so a program
+// of another name proves nothing; where either side is unknown, the entry stays.
+bool runsAnotherProgram(const DesktopEntryIndex::Entry &entry, const ProcessFacts &facts) {
+    if (entry.programPath.isEmpty() || facts.executable.isEmpty())
+        return false;
+    const QFileInfo entryProgram(QFileInfo(entry.programPath).canonicalFilePath());
+    const QString path = entryProgram.filePath();
+    return !path.isEmpty() && path != facts.executable &&
+           entryProgram.fileName() == QFileInfo(facts.executable).fileName() &&
+           !mayStartAnotherProgram(path);
 }
 
 // "Google Chrome" is known as "google-chrome".
@@ -23,7 +61,7 @@ ApplicationMatcher::Match ApplicationMatcher::match(std::span<const ClientWindow
     for (const Rule rule : rulesInOrder) {
         const auto *entry =
             isAboutWindows(rule) ? byWindows(windows, rule) : byProcess(facts, rule);
-        if (entry)
+        if (entry && !(isAboutThePrograms(rule) && runsAnotherProgram(*entry, facts)))
             return {entry->id, entry->name, entry->path, rule};
     }
     // Every window can be quit, even one that belongs to no installed application.

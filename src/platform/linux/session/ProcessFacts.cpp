@@ -1,14 +1,21 @@
 #include "ProcessFacts.h"
 
+#include "CommandLine.h"
+
 #include <glib.h>
 #include <memory>
 #include <QFile>
+#include <QFileInfo>
 #include <QList>
 
 namespace {
 
-QByteArray readProcFile(qint32 processIdentifier, const char *name) {
-    QFile file(QStringLiteral("/proc/%1/%2").arg(processIdentifier).arg(QLatin1String(name)));
+QString processFolderOf(const QString &processFolder, qint32 processIdentifier) {
+    return processFolder + QLatin1Char('/') + QString::number(processIdentifier);
+}
+
+QByteArray readProcFile(const QString &folder, const char *name) {
+    QFile file(folder + QLatin1Char('/') + QLatin1String(name));
     if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
         return {};
     // /proc files report no size: read until the end.
@@ -21,22 +28,50 @@ QString unescapeUnitPart(const QByteArray &part) {
     return QString::fromUtf8(text.replace("\\x2d", "-"));
 }
 
+QByteArrayList argumentsOf(const QByteArray &commandLine) {
+    QByteArrayList arguments = commandLine.split('\0');
+    if (arguments.back().isEmpty())
+        arguments.removeLast();
+    return arguments;
+}
+
+QString fileNameOf(const QByteArray &program) {
+    return QString::fromUtf8(program.mid(program.lastIndexOf('/') + 1));
+}
+
+// The kernel tells which file the process runs; a script is named by its interpreter's argument,
+// which may be relative to the process's working folder.
+QString executableOf(const QString &folder, const QByteArrayList &arguments) {
+    const qsizetype program = CommandLine::programIndex(arguments);
+    if (program <= 0)
+        return QFileInfo(folder + QStringLiteral("/exe")).canonicalFilePath();
+    const QString script = QFile::decodeName(arguments[program]);
+    return QFileInfo(script.startsWith(QLatin1Char('/'))
+                         ? script
+                         : folder + QStringLiteral("/cwd/") + script)
+        .canonicalFilePath();
+}
+
 } // namespace
 
-ProcessFacts ProcessFacts::of(qint32 processIdentifier) {
+ProcessFacts ProcessFacts::of(qint32 processIdentifier, const QString &processFolder) {
+    const QString folder = processFolderOf(processFolder, processIdentifier);
     ProcessFacts facts;
-    facts.program = programOf(readProcFile(processIdentifier, "cmdline"));
-    facts.sandboxId = idOfFlatpakInfo(readProcFile(processIdentifier, "root/.flatpak-info"));
+    const QByteArray commandLine = readProcFile(folder, "cmdline");
+    facts.program = programOf(commandLine);
+    facts.executable = executableOf(folder, argumentsOf(commandLine));
+    facts.sandboxId = idOfFlatpakInfo(readProcFile(folder, "root/.flatpak-info"));
     if (!facts.sandboxId)
-        facts.sandboxId = idOfSecurityLabel(readProcFile(processIdentifier, "attr/current"));
-    facts.unitId = idOfCgroup(readProcFile(processIdentifier, "cgroup"));
+        facts.sandboxId = idOfSecurityLabel(readProcFile(folder, "attr/current"));
+    facts.unitId = idOfCgroup(readProcFile(folder, "cgroup"));
     facts.launchedDesktopFile =
-        launchedDesktopFileOf(readProcFile(processIdentifier, "environ"), processIdentifier);
+        launchedDesktopFileOf(readProcFile(folder, "environ"), processIdentifier);
     return facts;
 }
 
 bool ProcessFacts::isRunning(qint32 processIdentifier) {
-    const QByteArray stat = readProcFile(processIdentifier, "stat");
+    const QByteArray stat =
+        readProcFile(processFolderOf(QStringLiteral("/proc"), processIdentifier), "stat");
     // The state follows the command name, which is in parentheses and may hold anything.
     const qsizetype nameEnd = stat.lastIndexOf(')');
     if (nameEnd < 0 || nameEnd + 2 >= stat.size())
@@ -110,7 +145,7 @@ std::optional<QString> ProcessFacts::launchedDesktopFileOf(const QByteArray &env
 }
 
 QString ProcessFacts::programOf(const QByteArray &commandLine) {
-    const qsizetype end = commandLine.indexOf('\0');
-    const QByteArray first = end < 0 ? commandLine : commandLine.left(end);
-    return QString::fromUtf8(first.mid(first.lastIndexOf('/') + 1));
+    const QByteArrayList arguments = argumentsOf(commandLine);
+    const qsizetype program = CommandLine::programIndex(arguments);
+    return program < 0 ? QString() : fileNameOf(arguments[program]);
 }

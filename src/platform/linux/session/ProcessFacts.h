@@ -6,8 +6,11 @@
 
 // What the kernel tells about a process that helps to name the application it belongs to.
 struct ProcessFacts {
-    // The file name of the program it runs (argv[0] without its folder).
+    // The file name of the program it runs, without its folder: argv[0], or the script that an
+    // interpreter runs.
     QString program;
+    // The file of that program with every link resolved; empty when it cannot be told.
+    QString executable;
     // The desktop file ID that a sandbox (Flatpak, Snap) runs it under.
     std::optional<QString> sandboxId;
     // The desktop file ID of the systemd unit a desktop launched it in ("app-…").
@@ -15,8 +18,9 @@ struct ProcessFacts {
     // The desktop file that GIO launched this very process from.
     std::optional<QString> launchedDesktopFile;
 
-    // Reads /proc now; what cannot be read stays empty.
-    static ProcessFacts of(qint32 processIdentifier);
+    // Reads /proc (or a folder laid out as it, for tests) now; what cannot be read stays empty.
+    static ProcessFacts of(qint32 processIdentifier,
+                           const QString &processFolder = QStringLiteral("/proc"));
     // Whether the process exists and has not ended (a zombie has).
     static bool isRunning(qint32 processIdentifier);
 

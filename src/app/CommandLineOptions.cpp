@@ -1,18 +1,19 @@
-#include "CommandLine.h"
+#include "CommandLineOptions.h"
 
 #include <cstdio>
 #include <QCommandLineParser>
 #include <QCoreApplication>
 
-std::optional<int> CommandLine::answer(int argc, char **argv, const QString &version) {
+std::optional<int> CommandLineOptions::answer(int argc, char **argv, const QString &version) {
     // A core application needs no display; it goes before the real one is made.
     QCoreApplication core(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("Quellory"));
     QCoreApplication::setApplicationVersion(version);
     QCommandLineParser parser;
     parser.setApplicationDescription(QCoreApplication::translate(
-        "CommandLine", "Lists the applications you run and quits them politely, and opens the "
-                       "ones you use most."));
+        "CommandLineOptions",
+        "Lists the applications you run and quits them politely, and opens the "
+        "ones you use most."));
     const QCommandLineOption help = parser.addHelpOption();
     const QCommandLineOption versionOption = parser.addVersionOption();
     // Unknown options are Qt's own: parsing goes on past them.
