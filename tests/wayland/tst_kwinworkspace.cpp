@@ -211,7 +211,9 @@ private slots:
         QVERIFY(hiding);
         QSignalSpy terminated(m_workspace.get(), &Workspace::didTerminateApplication);
         qint64 sinceUnmappedMs = -1;
-        connect(m_workspace.get(), &Workspace::didTerminateApplication, this,
+        // Connected for this test only: the lambda writes to this function's frame.
+        QObject thisTest;
+        connect(m_workspace.get(), &Workspace::didTerminateApplication, &thisTest,
                 [&] { sinceUnmappedMs = compositor()->sinceLastUnmapped().elapsed(); });
         QTRY_COMPARE_WITH_TIMEOUT(terminated.count(), 1, programStartMs);
         QCOMPARE(terminated.first().first().value<RunningApplicationPtr>(), hiding);
@@ -246,6 +248,29 @@ private slots:
         QTRY_VERIFY(isActive());
         QTest::qWait(500);
         QCOMPARE(applicationsWithId("org.example.Opened").size(), 1);
+    }
+
+    // Without the entry KWin keeps its window list to itself: one line, and Xwayland's
+    // programs only.
+    void withoutTheEntryListsOnlyXwaylandPrograms() {
+        const auto xterm = applicationsWithId("debian-xterm").value(0);
+        const auto mousepad = applicationsWithId("org.xfce.mousepad").value(0);
+        QVERIFY(xterm && mousepad);
+        QVERIFY(QFile::remove(applicationsFolder() + "/quellory-tests.desktop"));
+        RecordingLog log;
+        std::unique_ptr<SessionWorkspace> refused;
+        // KWin reads the entries again once it sees the folder change.
+        QVERIFY(QTest::qWaitFor(
+            [&] {
+                log.lines.clear();
+                refused = LinuxSession::workspace(*m_bundles, log, m_pool);
+                return refused->sources().size() == 1;
+            },
+            programStartMs));
+        QCOMPARE(log.lines, QStringList{"Quellory: the Wayland compositor offers no window list "
+                                        "that Quellory can read; only X11 programs are listed"});
+        QVERIFY(refused->runningApplication(xterm->processIdentifier()));
+        QVERIFY(!refused->runningApplication(mousepad->processIdentifier()));
     }
 
     void compositorGoingAwayEmptiesTheList() {
