@@ -30,7 +30,7 @@ public:
     bool requestClose(const ClientWindow &window) override;
     void activate(const ClientWindow &window) override;
 
-    // The time since the last window was unmapped, for the benchmarks.
+    // The time since the last window was unmapped, for the tests.
     const QElapsedTimer &sinceLastUnmapped() const { return m_sinceLastUnmapped; }
 
     // One window as the compositor has described it so far.
