@@ -56,11 +56,13 @@ run(const QString &program, const QStringList &arguments,
 
 } // namespace
 
-// The build folder installed the way a package build installs it: prefix /usr under DESTDIR.
+// The build folder installed the way a package build installs it: its prefix under DESTDIR.
 class TestInstallation : public QObject {
     Q_OBJECT
 
     QTemporaryDir m_root;
+    // Where the build installs the program, and that place under the temporary root.
+    QString m_configuredPrefix;
     QString m_prefix;
 
     QString installed(const QString &relative) const { return m_prefix + '/' + relative; }
@@ -68,15 +70,16 @@ class TestInstallation : public QObject {
 private slots:
     void initTestCase() {
         QVERIFY(m_root.isValid());
-        m_prefix = m_root.path() + "/usr";
         // The tests' own build folder sits one level below the project's.
         const QString buildDir =
             QDir::cleanPath(qEnvironmentVariable("QUELLORY_TEST_BIN_DIR") + "/..");
-        QVERIFY(QFileInfo::exists(buildDir + "/CMakeCache.txt"));
+        m_configuredPrefix =
+            readFrom(buildDir + "/CMakeCache.txt", "^CMAKE_INSTALL_PREFIX:PATH=(.*)$");
+        QVERIFY(QDir::isAbsolutePath(m_configuredPrefix));
+        m_prefix = m_root.path() + m_configuredPrefix;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert("DESTDIR", m_root.path());
-        const auto [ok, report] =
-            run("cmake", {"--install", buildDir, "--prefix", "/usr"}, environment);
+        const auto [ok, report] = run("cmake", {"--install", buildDir}, environment);
         QVERIFY2(ok, report.constData());
     }
 
@@ -117,8 +120,11 @@ private slots:
     void desktopEntryAndMetainfoNameTheInstalledFiles() {
         const QString entry = installed("share/applications/" + appID + ".desktop");
         const QString metainfo = installed("share/metainfo/" + appID + ".metainfo.xml");
-        QCOMPARE(readFrom(entry, "^Exec=(.*)$"), "quellory");
+        // KWin's window list goes only to a program that its entry names by its absolute path.
+        QCOMPARE(readFrom(entry, "^Exec=(.*)$"), m_configuredPrefix + "/bin/quellory");
         QVERIFY(QFileInfo(installed("bin/quellory")).isExecutable());
+        QCOMPARE(readFrom(entry, "^X-KDE-Wayland-Interfaces=(.*)$"),
+                 "org_kde_plasma_window_management");
         QCOMPARE(readFrom(entry, "^Icon=(.*)$"), appID);
         QCOMPARE(readFrom(metainfo, "<id>([^<]*)</id>"), appID);
         QCOMPARE(readFrom(metainfo, "<binary>([^<]*)</binary>"), "quellory");

@@ -1,6 +1,7 @@
 // A Qt 6 program with one window, for the tests: on Wayland its app_id is the desktop file name
 // given as the first argument. With a second argument N it closes its window after N ms and
-// runs on without one, as a program that hides in a tray does.
+// runs on without one, as a program that hides in a tray does. Its title says when it is the
+// active window.
 #include <QApplication>
 #include <QLabel>
 #include <QTimer>
@@ -13,6 +14,12 @@ int main(int argc, char **argv) {
         QGuiApplication::setDesktopFileName(arguments.at(1));
     QLabel window(QStringLiteral("Qt window"));
     window.setWindowTitle(QStringLiteral("Qt window"));
+    QObject::connect(&application, &QGuiApplication::applicationStateChanged, &window,
+                     [&window](Qt::ApplicationState state) {
+                         window.setWindowTitle(state == Qt::ApplicationActive
+                                                   ? QStringLiteral("Qt window (active)")
+                                                   : QStringLiteral("Qt window"));
+                     });
     window.show();
     if (arguments.size() > 2)
         QTimer::singleShot(arguments.at(2).toInt(), &window, &QWidget::close);

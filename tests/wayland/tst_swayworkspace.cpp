@@ -199,7 +199,9 @@ private slots:
         QVERIFY(hiding);
         QSignalSpy terminated(m_workspace.get(), &Workspace::didTerminateApplication);
         qint64 sinceClosedMs = -1;
-        connect(m_workspace.get(), &Workspace::didTerminateApplication, this,
+        // Connected for this test only: the lambda writes to this function's frame.
+        QObject thisTest;
+        connect(m_workspace.get(), &Workspace::didTerminateApplication, &thisTest,
                 [&] { sinceClosedMs = compositor()->sinceLastClosed().elapsed(); });
         QTRY_COMPARE_WITH_TIMEOUT(terminated.count(), 1, programStartMs);
         QCOMPARE(terminated.first().first().value<RunningApplicationPtr>(), hiding);

@@ -1,5 +1,6 @@
 #include "LinuxSession.h"
 
+#include "PlasmaWindowSource.h"
 #include "platform/SystemLog.h"
 #include "SessionWorkspace.h"
 #include "WaylandConnection.h"
@@ -8,7 +9,7 @@
 
 namespace {
 
-// The compositor's toplevels through the first protocol it offers that we speak.
+// The compositor's windows through the first protocol it offers that we speak.
 std::unique_ptr<WindowSource> compositorSource(SystemLog &log) {
     std::shared_ptr<WaylandConnection> connection = WaylandConnection::open();
     if (!connection) {
@@ -17,6 +18,8 @@ std::unique_ptr<WindowSource> compositorSource(SystemLog &log) {
                       .arg(qEnvironmentVariable("WAYLAND_DISPLAY")));
         return nullptr;
     }
+    if (auto plasma = PlasmaWindowSource::listen(connection, log))
+        return plasma;
     if (auto wlroots = WlrForeignToplevelSource::listen(connection, log))
         return wlroots;
     log.write(QStringLiteral("Quellory: the Wayland compositor offers no window list that "
