@@ -6,8 +6,8 @@
 #include "models/SystemClock.h"
 #include "models/WindowMonitor.h"
 #include "platform/linux/freedesktop/DesktopEntryApplications.h"
-#include "platform/linux/session/ApplicationQuitAction.h"
 #include "platform/linux/LinuxSession.h"
+#include "platform/linux/session/ApplicationQuitAction.h"
 #include "platform/linux/session/SessionRunningApplication.h"
 #include "platform/linux/session/SessionWorkspace.h"
 #include "session/XSession.h"
@@ -101,8 +101,9 @@ private slots:
         for (const QString id : {"debian-xterm", "org.xfce.mousepad"})
             QVERIFY(QFile::copy("/usr/share/applications/" + id + ".desktop",
                                 applicationsFolder() + '/' + id + ".desktop"));
-        QVERIFY(QFile::copy(qEnvironmentVariable("QUELLORY_SOURCE_DIR") +
-                                "/resources/app.quellory.Quellory.desktop",
+        // The entry as the build writes it, with the installed program's path.
+        QVERIFY(QFile::copy(qEnvironmentVariable("QUELLORY_TEST_BIN_DIR") +
+                                "/../resources/app.quellory.Quellory.desktop",
                             applicationsFolder() + "/app.quellory.Quellory.desktop"));
         writeEntry("xeyes", "[Desktop Entry]\nType=Application\nName=Eyes\nExec=xeyes\n");
         writeEntry("clock-app",

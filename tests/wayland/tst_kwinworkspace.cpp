@@ -101,9 +101,12 @@ private slots:
                    "Name=Quellory's tests\nExec=" + QCoreApplication::applicationFilePath() +
                        "\nX-KDE-Wayland-Interfaces=org_kde_plasma_window_management,"
                        "org_kde_kwin_fake_input\n");
-        writeEntry("org.example.Opened",
-                   "Name=Opened\nExec=env QT_QPA_PLATFORM=wayland " QUELLORY_QT_WINDOW
-                   " org.example.Opened\n");
+        // The entry runs the Qt window under a name of its own: the same program by its own name
+        // would be this entry's by its command line wherever it runs.
+        const QString opened = m_root.filePath("opened-window");
+        QVERIFY(QFile::link(QStringLiteral(QUELLORY_QT_WINDOW), opened));
+        writeEntry("org.example.Opened", "Name=Opened\nExec=env QT_QPA_PLATFORM=wayland " + opened +
+                                             " org.example.Opened\n");
         m_kwin = std::make_unique<KWinSession>();
         QVERIFY2(m_kwin->isReady(), "KWin and its Xwayland start");
         // The programs keep the system's data (GTK's settings schemas); the catalog reads
