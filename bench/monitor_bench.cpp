@@ -10,8 +10,9 @@
 #include "models/WindowMonitor.h"
 #include "platform/linux/freedesktop/DesktopEntryApplications.h"
 #include "platform/linux/freedesktop/SettingsFileDefaultsStore.h"
+#include "platform/linux/session/SessionWorkspace.h"
 #include "platform/linux/session/StandardErrorLog.h"
-#include "platform/linux/x11/X11Workspace.h"
+#include "platform/linux/x11/X11WindowSource.h"
 #include "session/XSession.h"
 
 #include <algorithm>
@@ -238,7 +239,11 @@ int main(int argc, char **argv) {
     SystemClock clock;
     EventLoopScheduler scheduler;
     AppUsageStore usage(defaults, clock, bundles.mainBundleIdentifier());
-    X11Workspace workspace(bundles, log, launchPool);
+    SessionWorkspace workspace(bundles, launchPool);
+    auto x11Source = std::make_unique<X11WindowSource>(log, X11WindowSource::Server::session);
+    const X11WindowSource &x11 = *x11Source;
+    workspace.addSource(std::move(x11Source));
+    workspace.start();
     WindowMonitor monitor(workspace, usage, scheduler);
     monitor.startObserving();
     monitor.refresh();
@@ -259,11 +264,11 @@ int main(int argc, char **argv) {
         start = Stopwatch::now();
         raw.readWindow(someWindow);
         readWindow.push_back(microsecondsSince(start));
-        const std::uint64_t roundTrips = workspace.roundTrips();
+        const std::uint64_t roundTrips = x11.roundTrips();
         start = Stopwatch::now();
         monitor.refresh();
         noChange.push_back(microsecondsSince(start));
-        noChangeRoundTrips.push_back(double(workspace.roundTrips() - roundTrips));
+        noChangeRoundTrips.push_back(double(x11.roundTrips() - roundTrips));
     }
 
     // Set once a watched process has left the monitor's list.
@@ -300,7 +305,7 @@ int main(int argc, char **argv) {
         // matches it, and publishes; the launch notification the workspace sends from inside
         // it makes the monitor refresh once more (one further client list read), which is
         // counted here too.
-        const std::uint64_t roundTrips = workspace.roundTrips();
+        const std::uint64_t roundTrips = x11.roundTrips();
         const auto start = Stopwatch::now();
         monitor.refresh();
         const double elapsed = microsecondsSince(start);
@@ -309,7 +314,7 @@ int main(int argc, char **argv) {
             continue;
         }
         change.push_back(elapsed);
-        changeRoundTrips.push_back(double(workspace.roundTrips() - roundTrips));
+        changeRoundTrips.push_back(double(x11.roundTrips() - roundTrips));
 
         // No refresh timer runs: only the workspace's own notifications update the list. A
         // notifier on the same pidfd shows how soon the event loop itself hears of the exit.

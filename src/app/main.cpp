@@ -11,8 +11,9 @@
 #include "platform/linux/freedesktop/SettingsFileDefaultsStore.h"
 #include "platform/linux/freedesktop/StatusNotifierWatcher.h"
 #include "platform/linux/freedesktop/XdgAutostartService.h"
+#include "platform/linux/LinuxSession.h"
+#include "platform/linux/session/SessionWorkspace.h"
 #include "platform/linux/session/StandardErrorLog.h"
-#include "platform/linux/x11/X11Workspace.h"
 #include "QuelloryApp.h"
 #include "SingleInstance.h"
 #include "updates/AppcastUpdater.h"
@@ -44,7 +45,9 @@ int main(int argc, char **argv) {
     SystemClock clock;
     EventLoopScheduler scheduler;
     StandardErrorLog log;
-    X11Workspace workspace(bundles, log, *QThreadPool::globalInstance());
+    // X11, or a Wayland compositor together with its Xwayland.
+    const auto session = LinuxSession::workspace(bundles, log, *QThreadPool::globalInstance());
+    Workspace &workspace = *session;
     XdgAutostartService loginItems;
     AppEnvironment platform;
     platform.bundles = &bundles;

@@ -1,6 +1,7 @@
 #include "fakes/RecordingLog.h"
 #include "platform/linux/freedesktop/DesktopEntryApplications.h"
-#include "platform/linux/x11/X11Workspace.h"
+#include "platform/linux/LinuxSession.h"
+#include "platform/linux/session/SessionWorkspace.h"
 #include "session/XSession.h"
 
 #include <QSignalSpy>
@@ -18,7 +19,8 @@ private slots:
         DesktopEntryApplications bundles;
         RecordingLog log;
         QThreadPool pool;
-        X11Workspace workspace(bundles, log, pool);
+        const auto sessionWorkspace = LinuxSession::workspace(bundles, log, pool);
+        Workspace &workspace = *sessionWorkspace;
         const qint64 pid = session->start(QStringLiteral("xterm"));
         QTRY_VERIFY_WITH_TIMEOUT(workspace.runningApplication(qint32(pid)), 15000);
         const RunningApplicationPtr xterm = workspace.runningApplication(qint32(pid));
@@ -43,7 +45,8 @@ private slots:
         DesktopEntryApplications bundles;
         RecordingLog log;
         QThreadPool pool;
-        X11Workspace workspace(bundles, log, pool);
+        const auto sessionWorkspace = LinuxSession::workspace(bundles, log, pool);
+        Workspace &workspace = *sessionWorkspace;
         QVERIFY(workspace.runningApplications().isEmpty());
         QVERIFY(!workspace.runningApplication(1));
         QCOMPARE(log.lines.size(), 1);

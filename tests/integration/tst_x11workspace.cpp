@@ -5,8 +5,9 @@
 #include "models/SystemClock.h"
 #include "models/WindowMonitor.h"
 #include "platform/linux/freedesktop/DesktopEntryApplications.h"
-#include "platform/linux/x11/X11RunningApplication.h"
-#include "platform/linux/x11/X11Workspace.h"
+#include "platform/linux/LinuxSession.h"
+#include "platform/linux/session/SessionRunningApplication.h"
+#include "platform/linux/session/SessionWorkspace.h"
 #include "session/XSession.h"
 #include "views/AppsListActions.h"
 
@@ -24,8 +25,8 @@ namespace {
 
 constexpr int programStartMs = 15000;
 
-std::shared_ptr<X11RunningApplication> x11(const RunningApplicationPtr &application) {
-    return std::dynamic_pointer_cast<X11RunningApplication>(application);
+std::shared_ptr<SessionRunningApplication> x11(const RunningApplicationPtr &application) {
+    return std::dynamic_pointer_cast<SessionRunningApplication>(application);
 }
 
 } // namespace
@@ -41,7 +42,7 @@ private:
     std::unique_ptr<DesktopEntryApplications> m_bundles;
     RecordingLog m_log;
     QThreadPool m_pool;
-    std::unique_ptr<X11Workspace> m_workspace;
+    std::unique_ptr<SessionWorkspace> m_workspace;
     MemoryDefaultsStore m_defaults;
     SystemClock m_clock;
     EventLoopScheduler m_scheduler;
@@ -57,7 +58,7 @@ private:
         return path;
     }
     // The handle of a process once its windows are up, or null.
-    std::shared_ptr<X11RunningApplication> waitForProcess(qint64 processIdentifier) {
+    std::shared_ptr<SessionRunningApplication> waitForProcess(qint64 processIdentifier) {
         RunningApplicationPtr found;
         [[maybe_unused]] const bool isUp = QTest::qWaitFor(
             [&] {
@@ -78,7 +79,7 @@ private:
         const QByteArray text = m_session->run("xprop", {"-root", "_NET_ACTIVE_WINDOW"});
         return QString::fromLatin1(text.mid(text.lastIndexOf(' ') + 1).trimmed());
     }
-    static QString hex(xcb_window_t window) { return QString::number(window, 16).prepend("0x"); }
+    static QString hex(quint64 window) { return QString::number(window, 16).prepend("0x"); }
 
 private slots:
     void initTestCase() {
@@ -98,7 +99,7 @@ private slots:
         writeEntry("logo-launcher", "[Desktop Entry]\nType=Application\nName=Logo\nExec=xlogo\n");
 
         m_bundles = std::make_unique<DesktopEntryApplications>();
-        m_workspace = std::make_unique<X11Workspace>(*m_bundles, m_log, m_pool);
+        m_workspace = LinuxSession::workspace(*m_bundles, m_log, m_pool);
         m_usage =
             std::make_unique<AppUsageStore>(m_defaults, m_clock, m_bundles->mainBundleIdentifier());
         m_actions = std::make_unique<AppsListActions>(*m_workspace, *m_usage, *m_bundles,

@@ -21,6 +21,13 @@ ClientWindow window(const QString &instance, const QString &className,
     return w;
 }
 
+// A Wayland toplevel: its app_id is its class and the id it states.
+ClientWindow toplevel(const QString &appId) {
+    ClientWindow w = window({}, appId);
+    w.appId = appId;
+    return w;
+}
+
 } // namespace
 
 // Which desktop entry a process's windows lead to, over a user and a system folder of entries.
@@ -94,6 +101,16 @@ private slots:
             "Viewer", Rule::commandLine);
         row("nothing: the window's class", {window("xlogo", "XLogo")}, none, "XLogo", "XLogo",
             Rule::windowClass);
+        row("app_id as StartupWMClass", {toplevel("Term")}, none, "org.example.Term", "My Terminal",
+            Rule::startupWMClass);
+        row("app_id as the stated id", {toplevel("org.example.Editor")}, none, "org.example.Editor",
+            "Editor", Rule::statedId);
+        row("app_id, the last part of an entry's reverse-DNS id", {toplevel("GIMP")}, none,
+            "org.gimp.GIMP", "GIMP", Rule::wmClassAsId);
+        row("app_id, a reverse-DNS name whose last part is an id", {toplevel("org.kde.player")},
+            none, "player", "Player", Rule::wmClassAsId);
+        row("app_id of no entry names it", {toplevel("org.example.Unknown")}, none,
+            "org.example.Unknown", "org.example.Unknown", Rule::windowClass);
     }
     void usesTheStrongestEvidence() {
         QFETCH(QList<ClientWindow>, windows);

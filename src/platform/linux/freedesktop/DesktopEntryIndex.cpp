@@ -69,6 +69,7 @@ void DesktopEntryIndex::read() {
     m_byPath.clear();
     m_byStartupWMClass.clear();
     m_byProgram.clear();
+    m_byIdLastPart.clear();
     ListedFolders listed;
     for (const ScanFolder &folder : std::as_const(m_folders)) {
         const auto files = DesktopFileTree::list(folder.path, listed);
@@ -101,4 +102,7 @@ void DesktopEntryIndex::add(const FolderEntry &file) {
         m_byStartupWMClass.insert(kept.startupWMClass, index);
     if (!kept.program.isEmpty() && !m_byProgram.contains(kept.program))
         m_byProgram.insert(kept.program, index);
+    if (const QString lastPart = kept.id.section(QLatin1Char('.'), -1).toLower();
+        lastPart.size() < kept.id.size() && !m_byIdLastPart.contains(lastPart))
+        m_byIdLastPart.insert(lastPart, index);
 }

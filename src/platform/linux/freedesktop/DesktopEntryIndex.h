@@ -34,6 +34,11 @@ public:
         return find(m_byStartupWMClass, wmClass);
     }
     const Entry *byProgram(const QString &program) const { return find(m_byProgram, program); }
+    // The entry whose reverse-DNS ID ends in this part, case aside ("org.xfce.mousepad" for
+    // "Mousepad").
+    const Entry *byIdLastPart(const QString &part) const {
+        return find(m_byIdLastPart, part.toLower());
+    }
 
 private:
     void read();
@@ -48,5 +53,5 @@ private:
     bool m_hasRead = false;
     std::vector<timespec> m_readTimes;
     std::vector<Entry> m_entries;
-    QHash<QString, qsizetype> m_byId, m_byPath, m_byStartupWMClass, m_byProgram;
+    QHash<QString, qsizetype> m_byId, m_byPath, m_byStartupWMClass, m_byProgram, m_byIdLastPart;
 };

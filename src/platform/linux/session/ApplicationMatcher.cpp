@@ -49,9 +49,11 @@ const DesktopEntryIndex::Entry *ApplicationMatcher::byWindows(std::span<const Cl
                 entry = m_index.byStartupWMClass(window.className);
             break;
         case Rule::statedId:
-            entry = m_index.byId(window.gtkApplicationId);
-            if (!entry)
-                entry = m_index.byId(window.kdeDesktopFile);
+            for (const QString *id :
+                 {&window.gtkApplicationId, &window.kdeDesktopFile, &window.appId}) {
+                if (!entry && !id->isEmpty())
+                    entry = m_index.byId(*id);
+            }
             break;
         default:
             entry = byClassAsId(window);
@@ -69,7 +71,13 @@ const DesktopEntryIndex::Entry *ApplicationMatcher::byClassAsId(const ClientWind
         if (const auto *entry = id.isEmpty() ? nullptr : m_index.byId(id))
             return entry;
     }
-    return nullptr;
+    // Reverse-DNS names on either side: "org.kde.konsole" runs as "konsole", and GTK 3's
+    // "mousepad" is "org.xfce.mousepad".
+    const QString lastPart = window.className.section(QLatin1Char('.'), -1);
+    if (const auto *entry =
+            lastPart.size() < window.className.size() ? m_index.byId(lastPart) : nullptr)
+        return entry;
+    return window.className.isEmpty() ? nullptr : m_index.byIdLastPart(window.className);
 }
 
 const DesktopEntryIndex::Entry *ApplicationMatcher::byProcess(const ProcessFacts &facts,

@@ -12,10 +12,11 @@
 class ApplicationMatcher {
 public:
     enum class Rule {
-        startupWMClass, // WM_CLASS equals an entry's StartupWMClass
-        statedId,       // the window names its entry (_GTK_APPLICATION_ID, KDE's desktop file)
+        startupWMClass, // WM_CLASS (a Wayland app_id) equals an entry's StartupWMClass
+        statedId,       // the window names its entry (_GTK_APPLICATION_ID, KDE's desktop file,
+                        // a Wayland app_id)
         sandboxId,      // Flatpak or Snap runs it under an entry's ID
-        wmClassAsId,    // WM_CLASS is an entry's ID
+        wmClassAsId,    // WM_CLASS (a Wayland app_id) is an entry's ID, or a reverse-DNS part
         launchRecord,   // the desktop launched it from an entry
         commandLine,    // it runs an entry's Exec program
         windowClass,    // nothing matched: the window's class names it

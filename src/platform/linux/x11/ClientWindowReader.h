@@ -5,6 +5,7 @@
 #include <optional>
 #include <QString>
 #include <vector>
+#include <xcb/xcb.h>
 
 class X11Connection;
 

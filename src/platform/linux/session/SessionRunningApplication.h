@@ -10,17 +10,16 @@
 #include <vector>
 
 class QSocketNotifier;
-class X11Connection;
 
-// One process with windows on the X server, for as long as the process lives. It holds a pidfd,
-// so its end is seen the moment it happens and a reused pid is never taken for it.
-class X11RunningApplication final : public QObject, public RunningApplication {
+// One process with top-level windows in the session, for as long as the process lives, whichever
+// window systems its windows are on. It holds a pidfd, so its end is seen the moment it happens
+// and a reused pid is never taken for it.
+class SessionRunningApplication final : public QObject, public RunningApplication {
     Q_OBJECT
 public:
     // The handle of a running process; none when the process has already ended.
-    static std::shared_ptr<X11RunningApplication>
-    forProcess(qint32 processIdentifier, std::weak_ptr<X11Connection> connection);
-    ~X11RunningApplication() override;
+    static std::shared_ptr<SessionRunningApplication> forProcess(qint32 processIdentifier);
+    ~SessionRunningApplication() override;
 
     std::optional<QString> bundleIdentifier() const override { return m_match.bundleIdentifier; }
     std::optional<QString> localizedName() const override { return m_match.name; }
@@ -44,15 +43,13 @@ signals:
     void ended();
 
 private:
-    X11RunningApplication(qint32 processIdentifier, int pidfd,
-                          std::weak_ptr<X11Connection> connection);
+    SessionRunningApplication(qint32 processIdentifier, int pidfd);
     void markEnded();
     bool requestQuitAction() const;
 
     qint32 m_processIdentifier;
     int m_pidfd;
     QSocketNotifier *m_exitNotifier;
-    std::weak_ptr<X11Connection> m_connection;
     std::vector<ClientWindow> m_windows;
     ApplicationMatcher::Match m_match;
     bool m_isTerminated = false;
