@@ -10,6 +10,7 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QThread>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -102,17 +103,23 @@ GnomeShellSession::GnomeShellSession(Extension extension)
     m_environment.insert(QStringLiteral("XDG_SESSION_TYPE"), QStringLiteral("wayland"));
     m_environment.insert(QStringLiteral("GSETTINGS_BACKEND"), QStringLiteral("memory"));
     m_environment.insert(QStringLiteral("NO_AT_BRIDGE"), QStringLiteral("1"));
+    m_environment.insert(QStringLiteral("GIO_USE_VFS"), QStringLiteral("local"));
     // The user's login shell is nologin; a terminal needs one that stays.
     m_environment.insert(QStringLiteral("SHELL"), QStringLiteral("/bin/sh"));
     if (!prepareFolder(extension))
         return;
 
+    // The shell makes the Wayland display; with one named, it would try to be a window in it.
+    QProcessEnvironment shellEnvironment = m_environment;
+    shellEnvironment.remove(QStringLiteral("WAYLAND_DISPLAY"));
+    m_namespace.setProcessEnvironment(shellEnvironment);
     m_namespace.setStandardOutputFile(m_folder.filePath(QStringLiteral("shell.log")));
     m_namespace.setProcessChannelMode(QProcess::MergedChannels);
     m_namespace.start(QStringLiteral("unshare"),
                       {QStringLiteral("--mount"), QStringLiteral("--net"), QStringLiteral("--"),
                        QStringLiteral(QUELLORY_GNOME_SESSION_SCRIPT), m_folder.path(), display});
     m_isReady = m_namespace.waitForStarted() && waitForShell() &&
+                waitForExtensions(extension != Extension::absent) &&
                 (extension != Extension::enabled || enableExtension());
 }
 
@@ -158,6 +165,20 @@ bool GnomeShellSession::waitForShell() {
                       bus().interface()->isServiceRegistered(shellBusName).value();
            }) &&
            m_namespace.state() == QProcess::Running;
+}
+
+// The shell owns its name before it answers about extensions, and before it has read those in
+// the home folder.
+bool GnomeShellSession::waitForExtensions(bool isInstalled) {
+    const auto info =
+        QDBusMessage::createMethodCall(shellBusName, QStringLiteral("/org/gnome/Shell"),
+                                       QStringLiteral("org.gnome.Shell.Extensions"),
+                                       QStringLiteral("GetExtensionInfo"))
+        << extensionUuid;
+    return waitUntil([&] {
+        const QDBusReply<QVariantMap> reply = bus().call(info);
+        return reply.isValid() && reply.value().isEmpty() != isInstalled;
+    });
 }
 
 // A fresh shell knows the extension from the home folder but keeps it off until asked.

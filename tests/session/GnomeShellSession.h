@@ -39,6 +39,7 @@ public:
 private:
     bool prepareFolder(Extension extension);
     bool waitForShell();
+    bool waitForExtensions(bool isInstalled);
     bool enableExtension();
 
     QTemporaryDir m_folder;

@@ -2,7 +2,8 @@
 # Runs GNOME Shell headless for a test, inside the private mount and network namespace that
 # `unshare --mount --net` gives it: the shell waits for logind when it sees /run/systemd and
 # wants a system bus, and its Xwayland takes the first display free in /tmp. Then the shell runs
-# as an unprivileged user, on a session bus whose configuration the test wrote.
+# as an unprivileged user, on a session bus whose configuration the test wrote, with the
+# environment it was given (a home and runtime folder of its own).
 # Arguments: the session folder (home, runtime, tmp, session-bus.conf) and the Wayland display.
 set -eu
 folder=$1
@@ -18,8 +19,6 @@ dbus-daemon --system --fork --print-pid=3 3>"$folder/system-bus.pid"
 
 status=0
 setpriv --reuid=$user --regid=$user --clear-groups \
-    env HOME="$folder/home" XDG_RUNTIME_DIR="$folder/runtime" GSETTINGS_BACKEND=memory \
-    NO_AT_BRIDGE=1 GIO_USE_VFS=local XDG_CURRENT_DESKTOP=GNOME XDG_SESSION_TYPE=wayland \
     dbus-run-session --config-file="$folder/session-bus.conf" -- \
     gnome-shell --headless --wayland --virtual-monitor 1280x800 --wayland-display "$display" ||
     status=$?

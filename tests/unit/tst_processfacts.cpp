@@ -4,6 +4,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 #include <unistd.h>
@@ -100,15 +101,35 @@ private slots:
         QVERIFY(root.mkdir(QStringLiteral("self")));
         QVERIFY(root.mkdir(QStringLiteral("1700"))); // gone while it was read
 
-        using Application = ApplicationUnits::Application;
-        const std::vector<Application> expected{
-            {"app-flatpak-org.gimp.GIMP-1201.scope", "org.gimp.GIMP", 1201},
-            {"app-flatpak-org.gimp.GIMP-1301.scope", "org.gimp.GIMP", 1301},
-            {"app-gnome-org.gnome.Calculator-800.scope", "org.gnome.Calculator", 900},
-            {"app-org.kde.dolphin@0f2a.service", "org.kde.dolphin", 1400},
+        ApplicationUnits units(proc.path(), user);
+        QSignalSpy changes(&units, &WindowSource::windowsChanged);
+        units.refresh();
+        const std::vector<std::pair<QString, qint32>> expected{
+            {"org.gimp.GIMP", 1201},
+            {"org.gimp.GIMP", 1301},
+            {"org.gnome.Calculator", 900},
+            {"org.kde.dolphin", 1400},
         };
-        QCOMPARE(ApplicationUnits(proc.path(), user).read(), expected);
-        QVERIFY(ApplicationUnits(proc.path(), 4242).read().empty());
+        std::vector<std::pair<QString, qint32>> found;
+        for (const ClientWindow &window : units.windows())
+            found.emplace_back(window.appId, window.processIdentifier);
+        QCOMPARE(found, expected);
+        QCOMPARE(changes.size(), 1);
+        // Its own quit action is the only way to ask it: no close request goes out.
+        const ClientWindow &calculator = units.windows().at(2);
+        QCOMPARE(calculator.gtkBusName, "org.gnome.Calculator");
+        QCOMPARE(calculator.gtkObjectPath, "/org/gnome/Calculator");
+        QVERIFY(!calculator.acceptsDelete);
+        QVERIFY(!units.requestClose(calculator));
+        units.refresh();
+        QCOMPARE(changes.size(), 1);
+        units.setEnabled(false);
+        QVERIFY(units.windows().empty());
+        QCOMPARE(changes.size(), 2);
+
+        ApplicationUnits otherUser(proc.path(), 4242);
+        otherUser.refresh();
+        QVERIFY(otherUser.windows().empty());
     }
 
     void readsThisProcess() {

@@ -1,8 +1,33 @@
 #include "LinuxSession.h"
 
+#include "ApplicationUnits.h"
+#include "GnomeShellWindows.h"
 #include "platform/SystemLog.h"
 #include "SessionWorkspace.h"
 #include "X11WindowSource.h"
+
+namespace {
+
+// GNOME's windows through Quellory's shell extension; until the shell has loaded it, the
+// applications that GNOME started in units of their own.
+void addGnomeSources(SessionWorkspace &workspace, SystemLog &log) {
+    auto shell = std::make_unique<GnomeShellWindows>(QDBusConnection::sessionBus(), log);
+    auto units = std::make_unique<ApplicationUnits>();
+    units->setEnabled(!shell->isServing());
+    QObject::connect(
+        shell.get(), &GnomeShellWindows::servingChanged, units.get(),
+        [shell = shell.get(), units = units.get()] { units->setEnabled(!shell->isServing()); });
+    workspace.addSource(std::move(shell));
+    workspace.addSource(std::move(units));
+}
+
+} // namespace
+
+bool LinuxSession::isGnome() {
+    return qEnvironmentVariable("XDG_CURRENT_DESKTOP")
+        .split(QLatin1Char(':'))
+        .contains(QLatin1String("GNOME"));
+}
 
 bool LinuxSession::isWayland() {
     return !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
@@ -20,8 +45,11 @@ std::unique_ptr<SessionWorkspace> LinuxSession::workspace(const ApplicationBundl
         if (!qEnvironmentVariableIsEmpty("DISPLAY"))
             workspace->addSource(
                 std::make_unique<X11WindowSource>(log, X11WindowSource::Server::xwayland));
-        log.write(QStringLiteral("Quellory: the Wayland compositor offers no window list that "
-                                 "Quellory can read; only X11 programs are listed"));
+        if (isGnome())
+            addGnomeSources(*workspace, log);
+        else
+            log.write(QStringLiteral("Quellory: the Wayland compositor offers no window list that "
+                                     "Quellory can read; only X11 programs are listed"));
     }
     workspace->start();
     return workspace;

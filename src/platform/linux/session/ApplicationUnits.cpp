@@ -10,11 +10,6 @@
 
 namespace {
 
-struct Process {
-    qint32 processIdentifier = 0;
-    quint64 startTime = 0;
-};
-
 QByteArray readFile(const QString &path) {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
@@ -50,13 +45,41 @@ QString appUnitOf(const QByteArray &cgroup) {
     return {};
 }
 
+// A GApplication's own actions are on the bus under its id, at its id as a path.
+ClientWindow windowOf(const QString &desktopFileId, qint32 processIdentifier) {
+    ClientWindow window;
+    window.id = quint64(processIdentifier);
+    window.processIdentifier = processIdentifier;
+    window.appId = desktopFileId;
+    window.gtkBusName = desktopFileId;
+    window.gtkObjectPath = QLatin1Char('/') + QString(desktopFileId)
+                                                  .replace(QLatin1Char('.'), QLatin1Char('/'))
+                                                  .replace(QLatin1Char('-'), QLatin1Char('_'));
+    return window;
+}
+
 } // namespace
 
-ApplicationUnits::ApplicationUnits(QString procRoot, uid_t user)
-    : m_procRoot(std::move(procRoot)), m_user(user) {}
+ApplicationUnits::ApplicationUnits(QString procRoot, uid_t user, QObject *parent)
+    : WindowSource(parent), m_procRoot(std::move(procRoot)), m_user(user) {}
 
-std::vector<ApplicationUnits::Application> ApplicationUnits::read() const {
-    std::map<QString, std::pair<Application, Process>> units;
+void ApplicationUnits::setEnabled(bool isEnabled) {
+    m_isEnabled = isEnabled;
+    refresh();
+}
+
+void ApplicationUnits::refresh() {
+    std::vector<ClientWindow> windows = m_isEnabled ? read() : std::vector<ClientWindow>();
+    for (ClientWindow &window : windows)
+        window.source = this;
+    if (windows == m_windows)
+        return;
+    m_windows = std::move(windows);
+    emit windowsChanged();
+}
+
+std::vector<ClientWindow> ApplicationUnits::read() const {
+    std::map<QString, std::pair<ClientWindow, quint64>> units;
     const QDir root(m_procRoot);
     for (const QString &name : root.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
         bool isProcess = false;
@@ -69,15 +92,13 @@ std::vector<ApplicationUnits::Application> ApplicationUnits::read() const {
         const std::optional<QString> id = ProcessFacts::idOfCgroup(cgroup);
         if (unit.isEmpty() || !id)
             continue;
-        const Process process{processIdentifier,
-                              startTimeOf(readFile(folder + QStringLiteral("/stat")))};
-        auto [entry, isNew] =
-            units.try_emplace(unit, Application{unit, *id, processIdentifier}, process);
-        if (!isNew && process.startTime < entry->second.second.startTime)
-            entry->second = {Application{unit, *id, processIdentifier}, process};
+        const quint64 startTime = startTimeOf(readFile(folder + QStringLiteral("/stat")));
+        auto [entry, isNew] = units.try_emplace(unit, windowOf(*id, processIdentifier), startTime);
+        if (!isNew && startTime < entry->second.second)
+            entry->second = {windowOf(*id, processIdentifier), startTime};
     }
-    std::vector<Application> applications;
+    std::vector<ClientWindow> windows;
     for (const auto &[unit, entry] : units)
-        applications.push_back(entry.first);
-    return applications;
+        windows.push_back(entry.first);
+    return windows;
 }

@@ -1,32 +1,37 @@
 #pragma once
 
+#include "WindowSource.h"
+
 #include <QString>
 #include <sys/types.h>
 #include <unistd.h>
-#include <vector>
 
-// The applications that the desktop started in systemd units of their own: GNOME and KDE start
-// every application in an "app-…" unit named after its desktop entry. This finds them through
-// the user's processes' cgroups where no window list can be had.
-class ApplicationUnits {
+// The applications that the desktop started in systemd units of their own, for a session whose
+// windows cannot be read: GNOME and KDE start every application in an "app-…" unit named after
+// its desktop entry, which the user's processes' cgroups show. Each stands as one window of the
+// unit's first process, stating that entry, which no one can ask to close: such an application
+// quits only through its own quit action on the session bus.
+class ApplicationUnits final : public WindowSource {
+    Q_OBJECT
 public:
-    struct Application {
-        // The unit's name, which tells two instances of one application apart.
-        QString unit;
-        QString desktopFileId;
-        // The unit's first process: the application itself, not a helper it started.
-        qint32 processIdentifier = 0;
-
-        bool operator==(const Application &) const = default;
-    };
-
     // Reads the processes of one user under a proc file system.
-    explicit ApplicationUnits(QString procRoot = QStringLiteral("/proc"), uid_t user = getuid());
+    explicit ApplicationUnits(QString procRoot = QStringLiteral("/proc"), uid_t user = getuid(),
+                              QObject *parent = nullptr);
 
-    // The applications now, one per unit, in the order of their units' names.
-    std::vector<Application> read() const;
+    // One per unit, in the order of their units' names; none while switched off.
+    const std::vector<ClientWindow> &windows() const override { return m_windows; }
+    // Reads /proc again.
+    void refresh() override;
+    bool requestClose(const ClientWindow &) override { return false; }
+    void activate(const ClientWindow &) override {}
+    // Switched off, it lists nothing: for when the windows themselves can be read.
+    void setEnabled(bool isEnabled);
 
 private:
+    std::vector<ClientWindow> read() const;
+
     QString m_procRoot;
     uid_t m_user;
+    bool m_isEnabled = true;
+    std::vector<ClientWindow> m_windows;
 };

@@ -26,21 +26,44 @@ constexpr int extensionEnabled = 1;
 constexpr int extensionDisabled = 2;
 constexpr int extensionInitialized = 6;
 
-std::vector<GnomeShellWindows::Window> windowsOf(const QDBusMessage &reply) {
-    std::vector<GnomeShellWindows::Window> windows;
+// Mutter's window types that a task bar shows (the rest are docks, menus, utilities…).
+bool isOrdinaryType(const QString &type) {
+    return type == QLatin1String("normal") || type == QLatin1String("dialog") ||
+           type == QLatin1String("modal_dialog");
+}
+
+// Loaded by the shell, and not turned on.
+bool isOff(const QVariantMap &info) {
+    const int state = info.value(QStringLiteral("state")).toInt();
+    return state == extensionDisabled || state == extensionInitialized;
+}
+
+// The Wayland windows in a ListWindows reply, in the extension's terms: the shell's application
+// id ("<desktop file ID>.desktop", or "window:N" when it knows none) becomes the id the window
+// states, and otherwise its app_id stands in.
+std::vector<ClientWindow> windowsOf(const QDBusMessage &reply, WindowSource *source) {
+    std::vector<ClientWindow> windows;
     // Anyone may own the name; only a reply of the extension's own shape is read.
     if (reply.type() != QDBusMessage::ReplyMessage || reply.signature() != windowListSignature)
         return windows;
     const auto list = reply.arguments().constFirst().value<QDBusArgument>();
     list.beginArray();
     while (!list.atEnd()) {
-        GnomeShellWindows::Window window;
-        QString clientType;
+        ClientWindow window;
+        QString shellAppId, clientType, type;
+        bool isSkipTaskbar = false;
         list.beginStructure();
-        list >> window.id >> window.shellAppId >> window.processIdentifier >> window.title >>
-            window.windowClass >> clientType >> window.isSkipTaskbar >> window.type;
+        list >> window.id >> shellAppId >> window.processIdentifier >> window.title >>
+            window.className >> clientType >> isSkipTaskbar >> type;
         list.endStructure();
-        window.isWayland = clientType == QLatin1String("wayland");
+        if (clientType != QLatin1String("wayland"))
+            continue;
+        const QString suffix = QStringLiteral(".desktop");
+        window.appId =
+            shellAppId.endsWith(suffix) ? shellAppId.chopped(suffix.size()) : window.className;
+        window.source = source;
+        window.isOrdinary = !isSkipTaskbar && isOrdinaryType(type);
+        window.acceptsDelete = true;
         windows.push_back(std::move(window));
     }
     list.endArray();
@@ -51,15 +74,8 @@ std::vector<GnomeShellWindows::Window> windowsOf(const QDBusMessage &reply) {
 
 const QString GnomeShellWindows::extensionUuid = QStringLiteral("quellory@quellory.app");
 
-QString GnomeShellWindows::Window::desktopFileId() const {
-    const QString suffix = QStringLiteral(".desktop");
-    if (!shellAppId.endsWith(suffix))
-        return {};
-    return shellAppId.chopped(suffix.size());
-}
-
 GnomeShellWindows::GnomeShellWindows(QDBusConnection bus, SystemLog &log, QObject *parent)
-    : QObject(parent), m_bus(std::move(bus)), m_log(log) {
+    : WindowSource(parent), m_bus(std::move(bus)), m_log(log) {
     auto *watcher = new QDBusServiceWatcher(extensionService, m_bus,
                                             QDBusServiceWatcher::WatchForRegistration |
                                                 QDBusServiceWatcher::WatchForUnregistration,
@@ -70,21 +86,24 @@ GnomeShellWindows::GnomeShellWindows(QDBusConnection bus, SystemLog &log, QObjec
             &GnomeShellWindows::extensionVanished);
     m_bus.connect(extensionService, extensionPath, extensionInterface,
                   QStringLiteral("WindowsChanged"), this, SLOT(reload()));
+    // A shell that is still starting reads its extensions after this program asked about them.
+    m_bus.connect(shellService, shellPath, extensionsInterface,
+                  QStringLiteral("ExtensionStateChanged"), this,
+                  SLOT(extensionStateChanged(QString, QVariantMap)));
     if (m_bus.isConnected() && m_bus.interface()->isServiceRegistered(extensionService))
         extensionAppeared();
     else
         startExtension();
 }
 
-bool GnomeShellWindows::close(quint64 id) {
-    const auto window = std::find_if(m_windows.begin(), m_windows.end(),
-                                     [id](const Window &candidate) { return candidate.id == id; });
-    // Mutter kills an X11 client that cannot be asked: those are closed over X11.
-    return window != m_windows.end() && window->isWayland && call(QStringLiteral("Close"), id);
+// Mutter kills an X11 client that cannot be asked: this closes only Wayland windows.
+bool GnomeShellWindows::requestClose(const ClientWindow &window) {
+    return window.acceptsDelete && window.source == this &&
+           call(QStringLiteral("Close"), window.id);
 }
 
-void GnomeShellWindows::activate(quint64 id) {
-    call(QStringLiteral("Activate"), id);
+void GnomeShellWindows::activate(const ClientWindow &window) {
+    call(QStringLiteral("Activate"), window.id);
 }
 
 bool GnomeShellWindows::call(const QString &method, quint64 id) {
@@ -103,12 +122,13 @@ void GnomeShellWindows::reload() {
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
         watcher->deleteLater();
         if (m_isServing)
-            setWindows(windowsOf(watcher->reply()));
+            setWindows(windowsOf(watcher->reply(), this));
     });
 }
 
 void GnomeShellWindows::extensionAppeared() {
     m_isServing = true;
+    emit servingChanged();
     reload();
 }
 
@@ -117,6 +137,7 @@ void GnomeShellWindows::extensionVanished() {
         return;
     m_isServing = false;
     setWindows({});
+    emit servingChanged();
     m_log.write(QStringLiteral("Quellory: GNOME Shell's window list went away; no running "
                                "applications can be listed until it returns"));
 }
@@ -140,6 +161,11 @@ void GnomeShellWindows::startExtension() {
     });
 }
 
+void GnomeShellWindows::extensionStateChanged(const QString &uuid, const QVariantMap &info) {
+    if (uuid == extensionUuid && isOff(info))
+        enableExtension();
+}
+
 void GnomeShellWindows::answerExtensionInfo(const QVariantMap &info) {
     // Extensions installed during the session are loaded by GNOME on Wayland at the next login.
     if (info.isEmpty()) {
@@ -148,20 +174,20 @@ void GnomeShellWindows::answerExtensionInfo(const QVariantMap &info) {
                                    "applications started in their own units are listed"));
         return;
     }
-    const int state = info.value(QStringLiteral("state")).toInt();
-    if (state == extensionEnabled)
-        return;
-    if (state != extensionDisabled && state != extensionInitialized) {
+    if (isOff(info))
+        enableExtension();
+    else if (info.value(QStringLiteral("state")).toInt() != extensionEnabled)
         m_log.write(QStringLiteral("Quellory: GNOME Shell cannot run the Quellory extension: %1")
                         .arg(info.value(QStringLiteral("error")).toString()));
-        return;
-    }
+}
+
+void GnomeShellWindows::enableExtension() {
     m_bus.send(QDBusMessage::createMethodCall(shellService, shellPath, extensionsInterface,
                                               QStringLiteral("EnableExtension"))
                << extensionUuid);
 }
 
-void GnomeShellWindows::setWindows(std::vector<Window> windows) {
+void GnomeShellWindows::setWindows(std::vector<ClientWindow> windows) {
     if (windows == m_windows)
         return;
     m_windows = std::move(windows);
