@@ -1,7 +1,8 @@
 // Times the window monitor over a real X server with openbox and 30 client windows of a few
 // processes: a refresh when nothing changed, a refresh that finds a new process, and how soon a
 // process's exit reaches the list. Prints medians over several rounds, beside the cost of bare
-// round trips to the same server on a connection of the bench's own, measured in the same run.
+// round trips to the same server on a connection of the bench's own, measured in the same run;
+// then the same on a headless sway (WaylandMonitorFigures).
 
 #include "BenchFigures.h"
 #include "models/AppUsageStore.h"
@@ -14,6 +15,7 @@
 #include "platform/linux/session/StandardErrorLog.h"
 #include "platform/linux/x11/X11WindowSource.h"
 #include "session/XSession.h"
+#include "WaylandMonitorFigures.h"
 
 #include <algorithm>
 #include <array>
@@ -351,5 +353,5 @@ int main(int argc, char **argv) {
     BenchFigures::print("baseline_exit_to_notifier_ms", BenchFigures::median(exitToNotifier), "ms");
     BenchFigures::print("windows", double(windowCount), "windows");
     BenchFigures::print("change_rounds", double(change.size()), "rounds");
-    return 0;
+    return WaylandMonitorFigures::print(QStringLiteral(QT_WINDOW_PATH)) ? 0 : 1;
 }

@@ -25,6 +25,10 @@
 #include <QThreadPool>
 
 int main(int argc, char **argv) {
+    // On a Wayland session the window is a Wayland client of its own, whatever the login
+    // manager told Qt; Xwayland serves only where Qt's Wayland plugin is missing.
+    if (LinuxSession::isWayland() && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "wayland;xcb");
     QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Quellory"));
     QApplication::setApplicationVersion(QStringLiteral(QUELLORY_VERSION));

@@ -57,7 +57,7 @@ private slots:
         m_foot = m_session->start(QStringLiteral("foot"));
         m_mousepad = startMousepadWithText();
         m_qt = m_session->start(
-            QStringLiteral("/usr/lib/qt6/bin/pixeltool"), {},
+            QStringLiteral(QUELLORY_QT_WINDOW), {QStringLiteral("org.example.QtWindow")},
             variable(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("wayland")));
         QVERIFY(m_foot && m_mousepad && m_qt);
         QTRY_VERIFY_WITH_TIMEOUT(
@@ -79,8 +79,8 @@ private slots:
         QTest::newRow("mousepad") << 1 << "org.xfce.mousepad"
                                   << "Mousepad";
         // No entry names it: the shell says "window:N", and its app_id names it.
-        QTest::newRow("Qt program") << 2 << "pixeltool"
-                                    << "pixeltool";
+        QTest::newRow("Qt program") << 2 << "org.example.QtWindow"
+                                    << "org.example.QtWindow";
     }
     void applicationsAppearOnceWithTheirIdentity() {
         QFETCH(int, program);

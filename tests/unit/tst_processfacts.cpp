@@ -1,5 +1,6 @@
 #include "platform/linux/session/ApplicationUnits.h"
 #include "platform/linux/session/ProcessFacts.h"
+#include "platform/linux/wayland/ToplevelProcesses.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -137,6 +138,40 @@ private slots:
         QCOMPARE(facts.program, QCoreApplication::applicationFilePath().section('/', -1));
         QVERIFY(ProcessFacts::isRunning(qint32(getpid())));
         QVERIFY(!ProcessFacts::isRunning(-1));
+    }
+
+    // A Wayland toplevel names no process: sway's tree does, matched by app_id and title.
+    void findsEachToplevelsProcessInSwaysTree() {
+        const QByteArray tree = R"({"nodes": [{"nodes": [
+            {"pid": 11, "app_id": "foot", "name": "~", "shell": "xdg_shell"},
+            {"pid": 12, "app_id": "foot", "name": "make", "shell": "xdg_shell"},
+            {"pid": 20, "app_id": null, "name": "xterm", "shell": "xwayland",
+             "window_properties": {"class": "XTerm"}}]}],
+            "floating_nodes": [{"pid": 11, "app_id": "foot", "name": "Save?",
+                                "shell": "xdg_shell"}]})";
+        const auto views = ToplevelProcesses::viewsOfSwayTree(tree);
+        QCOMPARE(views.size(), size_t(4));
+        const auto toplevel = [](const char *appId, const char *title) {
+            ClientWindow window;
+            window.appId = appId;
+            window.title = title;
+            return window;
+        };
+        // Same app_id, told apart by title; a title that changed since falls back to any
+        // view of the app_id; Xwayland's window is marked so that only X11 closes it.
+        const ClientWindow make = toplevel("foot", "make"), home = toplevel("foot", "~"),
+                           renamed = toplevel("foot", "vim"), xterm = toplevel("XTerm", "xterm"),
+                           unknown = toplevel("gedit", "x");
+        const auto found =
+            ToplevelProcesses::matchViews({&make, &home, &renamed, &xterm, &unknown}, views);
+        QCOMPARE(found[0].processIdentifier, 12);
+        QCOMPARE(found[1].processIdentifier, 11);
+        QCOMPARE(found[2].processIdentifier, 11);
+        QVERIFY(!found[1].isXwayland);
+        QCOMPARE(found[3].processIdentifier, 20);
+        QVERIFY(found[3].isXwayland);
+        QCOMPARE(found[4].processIdentifier, 0);
+        QVERIFY(ToplevelProcesses::viewsOfSwayTree("not json").empty());
     }
 };
 

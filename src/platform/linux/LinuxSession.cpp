@@ -4,6 +4,8 @@
 #include "GnomeShellWindows.h"
 #include "platform/SystemLog.h"
 #include "SessionWorkspace.h"
+#include "WaylandConnection.h"
+#include "WlrForeignToplevelSource.h"
 #include "X11WindowSource.h"
 
 namespace {
@@ -19,6 +21,22 @@ void addGnomeSources(SessionWorkspace &workspace, SystemLog &log) {
         [shell = shell.get(), units = units.get()] { units->setEnabled(!shell->isServing()); });
     workspace.addSource(std::move(shell));
     workspace.addSource(std::move(units));
+}
+
+// The compositor's toplevels through the first protocol it offers that we speak.
+std::unique_ptr<WindowSource> compositorSource(SystemLog &log) {
+    std::shared_ptr<WaylandConnection> connection = WaylandConnection::open();
+    if (!connection) {
+        log.write(QStringLiteral("Quellory: cannot connect to the Wayland compositor at "
+                                 "WAYLAND_DISPLAY=%1; only X11 programs are listed")
+                      .arg(qEnvironmentVariable("WAYLAND_DISPLAY")));
+        return nullptr;
+    }
+    if (auto wlroots = WlrForeignToplevelSource::listen(connection, log))
+        return wlroots;
+    log.write(QStringLiteral("Quellory: the Wayland compositor offers no window list that "
+                             "Quellory can read; only X11 programs are listed"));
+    return nullptr;
 }
 
 } // namespace
@@ -47,9 +65,8 @@ std::unique_ptr<SessionWorkspace> LinuxSession::workspace(const ApplicationBundl
                 std::make_unique<X11WindowSource>(log, X11WindowSource::Server::xwayland));
         if (isGnome())
             addGnomeSources(*workspace, log);
-        else
-            log.write(QStringLiteral("Quellory: the Wayland compositor offers no window list that "
-                                     "Quellory can read; only X11 programs are listed"));
+        else if (auto compositor = compositorSource(log))
+            workspace->addSource(std::move(compositor));
     }
     workspace->start();
     return workspace;
