@@ -149,7 +149,8 @@ private slots:
         QVERIFY(!m_workspace->runningApplications().isEmpty());
         QVERIFY(m_session->stopShell());
         QTRY_VERIFY_WITH_TIMEOUT(m_workspace->runningApplications().isEmpty(), appTimeoutMs);
-        QCOMPARE(m_log.lines.size(), 1);
+        // Its programs may leave before the shell's name does.
+        QTRY_VERIFY2(m_log.lines.size() == 1, qPrintable(m_log.lines.join('\n')));
         QVERIFY2(m_log.lines.front().contains(QLatin1String("window list went away")),
                  qPrintable(m_log.lines.front()));
         QTest::qWait(200);
