@@ -33,5 +33,6 @@ struct ClientWindow {
     // would kill it; a Wayland toplevel always may, and its application decides.
     bool acceptsDelete = false;
 
-    bool operator==(const ClientWindow &) const = default;
+    // Every fact alike, the source too.
+    bool operator==(const ClientWindow &) const;
 };

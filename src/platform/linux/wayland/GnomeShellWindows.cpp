@@ -86,7 +86,7 @@ GnomeShellWindows::GnomeShellWindows(QDBusConnection bus, SystemLog &log, QObjec
             &GnomeShellWindows::extensionVanished);
     m_bus.connect(extensionService, extensionPath, extensionInterface,
                   QStringLiteral("WindowsChanged"), this, SLOT(reload()));
-    // A shell that is still starting reads its extensions after this program asked about them.
+    // A shell that is still starting may read its extensions after this program asked.
     m_bus.connect(shellService, shellPath, extensionsInterface,
                   QStringLiteral("ExtensionStateChanged"), this,
                   SLOT(extensionStateChanged(QString, QVariantMap)));
@@ -161,8 +161,11 @@ void GnomeShellWindows::startExtension() {
     });
 }
 
+// Only an extension that the shell has just read: one the user turns off stays off until the
+// program starts again.
 void GnomeShellWindows::extensionStateChanged(const QString &uuid, const QVariantMap &info) {
-    if (uuid == extensionUuid && isOff(info))
+    if (uuid == extensionUuid &&
+        info.value(QStringLiteral("state")).toInt() == extensionInitialized)
         enableExtension();
 }
 
