@@ -14,6 +14,9 @@
 #include <QTest>
 #include <QThreadPool>
 
+using Rule = ApplicationMatcher::Rule;
+Q_DECLARE_METATYPE(Rule)
+
 namespace {
 
 constexpr int appTimeoutMs = 30000;
@@ -73,19 +76,21 @@ private slots:
         QTest::addColumn<int>("program");
         QTest::addColumn<QString>("identifier");
         QTest::addColumn<QString>("name");
+        QTest::addColumn<Rule>("rule");
         QTest::newRow("foot") << 0 << "foot"
-                              << "Foot";
+                              << "Foot" << Rule::statedId;
         // Its app_id is "mousepad": the shell knows better.
         QTest::newRow("mousepad") << 1 << "org.xfce.mousepad"
-                                  << "Mousepad";
+                                  << "Mousepad" << Rule::statedId;
         // No entry names it: the shell says "window:N", and its app_id names it.
         QTest::newRow("Qt program") << 2 << "org.example.QtWindow"
-                                    << "org.example.QtWindow";
+                                    << "org.example.QtWindow" << Rule::windowClass;
     }
     void applicationsAppearOnceWithTheirIdentity() {
         QFETCH(int, program);
         const qint64 processIdentifier = std::array{m_foot, m_mousepad, m_qt}.at(size_t(program));
         const RunningApplicationPtr app = application(processIdentifier);
+        QTEST(static_cast<SessionRunningApplication *>(app.get())->match().rule, "rule");
         QCOMPARE(app->processIdentifier(), processIdentifier);
         QTEST(app->bundleIdentifier().value_or(QString()), "identifier");
         QTEST(app->localizedName().value_or(QString()), "name");
