@@ -37,6 +37,27 @@ QDBusMessage callExtension(GnomeShellSession &session, const QString &method,
     return session.bus().call(message);
 }
 
+// The id of a window of the process that the extension lists as an X11 window, or 0.
+quint64 x11WindowOf(GnomeShellSession &session, qint64 processIdentifier) {
+    const QDBusMessage reply = callExtension(session, QStringLiteral("ListWindows"), {});
+    if (reply.signature() != QLatin1String("a(tsisssbs)"))
+        return 0;
+    const auto list = reply.arguments().constFirst().value<QDBusArgument>();
+    list.beginArray();
+    while (!list.atEnd()) {
+        quint64 id = 0;
+        qint32 pid = 0;
+        QString appId, title, windowClass, clientType, type;
+        bool isSkipTaskbar = false;
+        list.beginStructure();
+        list >> id >> appId >> pid >> title >> windowClass >> clientType >> isSkipTaskbar >> type;
+        list.endStructure();
+        if (pid == processIdentifier && clientType == QLatin1String("x11"))
+            return id;
+    }
+    return 0;
+}
+
 } // namespace
 
 // The workspace that the program picks on GNOME, on a real GNOME Shell with Quellory's
@@ -133,6 +154,21 @@ private slots:
         QTest::qWait(200);
         QCOMPARE(m_workspace->runningApplications(), before);
         QVERIFY(ProcessFacts::isRunning(qint32(m_foot)));
+    }
+
+    // Mutter kills an X11 client that does not take part in WM_DELETE_WINDOW: those are closed
+    // over X11, never through the shell.
+    void closesNoX11WindowThroughTheShell() {
+        const qint64 xterm = m_session->start(QStringLiteral("xterm"));
+        quint64 window = 0;
+        QTRY_VERIFY_WITH_TIMEOUT((window = x11WindowOf(*m_session, xterm)) != 0, appTimeoutMs);
+        const QDBusMessage reply = callExtension(*m_session, QStringLiteral("Close"),
+                                                 {QVariant::fromValue(qulonglong(window))});
+        QCOMPARE(reply.errorName(), QStringLiteral("app.quellory.Quellory.Shell.Error.NotWayland"));
+        QTest::qWait(300);
+        QVERIFY(ProcessFacts::isRunning(qint32(xterm)));
+        // This workspace has no X11 source: the shell's list alone does not name it.
+        QVERIFY(!application(xterm));
     }
 
     void quitClosesFootAndMousepadAsksFirst() {

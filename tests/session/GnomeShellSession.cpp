@@ -120,7 +120,7 @@ GnomeShellSession::GnomeShellSession(Extension extension)
                        QStringLiteral(QUELLORY_GNOME_SESSION_SCRIPT), m_folder.path(), display});
     m_isReady = m_namespace.waitForStarted() && waitForShell() &&
                 waitForExtensions(extension != Extension::absent) &&
-                (extension != Extension::enabled || enableExtension());
+                (extension != Extension::enabled || enableExtension()) && findXwayland();
 }
 
 GnomeShellSession::~GnomeShellSession() {
@@ -191,6 +191,18 @@ bool GnomeShellSession::enableExtension() {
     return enabled.isValid() && enabled.value() && waitUntil([this] {
                return bus().interface()->isServiceRegistered(extensionBusName).value();
            });
+}
+
+// Xwayland takes display :0 in the session's own /tmp; its clients need the key the shell wrote.
+bool GnomeShellSession::findXwayland() {
+    const QDir runtime(m_environment.value(QStringLiteral("XDG_RUNTIME_DIR")));
+    const QStringList keys =
+        runtime.entryList({QStringLiteral(".mutter-Xwaylandauth.*")}, QDir::Files | QDir::Hidden);
+    if (keys.isEmpty())
+        return false;
+    m_environment.insert(QStringLiteral("DISPLAY"), QStringLiteral(":0"));
+    m_environment.insert(QStringLiteral("XAUTHORITY"), runtime.filePath(keys.front()));
+    return true;
 }
 
 qint64 GnomeShellSession::start(const QString &program, const QStringList &arguments,

@@ -26,7 +26,7 @@ public:
     // The shell runs, and the extension's interface is on the bus if it was to be enabled.
     bool isReady() const { return m_isReady; }
     QDBusConnection bus() const;
-    // The environment a program of the session sees.
+    // The environment a program of the session sees, X11 programs on Xwayland included.
     QProcessEnvironment environment() const { return m_environment; }
 
     // Starts a program as the session's user, with these variables added to its environment;
@@ -41,6 +41,7 @@ private:
     bool waitForShell();
     bool waitForExtensions(bool isInstalled);
     bool enableExtension();
+    bool findXwayland();
 
     QTemporaryDir m_folder;
     QString m_busName;
