@@ -68,6 +68,23 @@ bool giveToUser(const QString &folder) {
     return given;
 }
 
+// "mnt:[inode]", which names no file.
+QByteArray mountNamespaceOf(const QString &process) {
+    char target[64] = {};
+    const QByteArray link = QFile::encodeName(process + QStringLiteral("/ns/mnt"));
+    const ssize_t size = ::readlink(link.constData(), target, sizeof target - 1);
+    return size > 0 ? QByteArray(target, size) : QByteArray();
+}
+
+bool isInUse(const QByteArray &mountNamespace) {
+    const QDir proc(QStringLiteral("/proc"));
+    for (const QString &process : proc.entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        if (mountNamespaceOf(proc.filePath(process)) == mountNamespace)
+            return true;
+    }
+    return false;
+}
+
 template <typename Condition> bool waitUntil(Condition condition) {
     QDeadlineTimer deadline(startTimeoutMs);
     while (!condition()) {
@@ -121,6 +138,14 @@ GnomeShellSession::GnomeShellSession(Extension extension)
     m_isReady = m_namespace.waitForStarted() && waitForShell() &&
                 waitForExtensions(extension != Extension::absent) &&
                 (extension != Extension::enabled || enableExtension()) && findXwayland();
+    // What the shell said is the one clue to why it did not come up.
+    if (!m_isReady)
+        qWarning("GNOME Shell did not come up:\n%s", qPrintable(readLog()));
+}
+
+QString GnomeShellSession::readLog() const {
+    QFile log(m_folder.filePath(QStringLiteral("shell.log")));
+    return log.open(QIODevice::ReadOnly) ? QString::fromUtf8(log.readAll().right(4000)) : QString();
 }
 
 GnomeShellSession::~GnomeShellSession() {
@@ -231,8 +256,13 @@ qint64 GnomeShellSession::start(const QString &program, const QStringList &argum
 bool GnomeShellSession::stopShell() {
     if (m_namespace.state() == QProcess::NotRunning)
         return true;
+    const QByteArray mountNamespace =
+        mountNamespaceOf(QStringLiteral("/proc/%1").arg(m_namespace.processId()));
     const QDBusReply<uint> shell = bus().interface()->servicePid(shellBusName);
     if (shell.isValid())
         ::kill(pid_t(shell.value()), SIGTERM);
-    return m_namespace.waitForFinished(startTimeoutMs);
+    // Helpers of the shell and its programs may outlive it for a moment, and would write into
+    // the folder after it is gone.
+    return m_namespace.waitForFinished(startTimeoutMs) &&
+           waitUntil([&] { return !isInUse(mountNamespace); });
 }

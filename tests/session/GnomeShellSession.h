@@ -42,6 +42,7 @@ private:
     bool waitForExtensions(bool isInstalled);
     bool enableExtension();
     bool findXwayland();
+    QString readLog() const;
 
     QTemporaryDir m_folder;
     QString m_busName;
