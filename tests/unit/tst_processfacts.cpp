@@ -98,11 +98,17 @@ private slots:
         addProcess(root, 1301, user, 20, "app-flatpak-org.gimp.GIMP-1301.scope");
         addProcess(root, 1400, user, 30, "app-org.kde.dolphin@0f2a.service");
         addProcess(root, 1500, user, 40, "session-2.scope");
+        // Started from the desktop's autostart, with no entry among the applications.
+        addProcess(root, 1550, user, 45,
+                   "app-gnome-org.gnome.Evolution\\x2dalarm\\x2dnotify-1550.scope");
         addProcess(root, 1600, 1001, 50, "app-gnome-org.gnome.Terminal-1600.scope");
         QVERIFY(root.mkdir(QStringLiteral("self")));
         QVERIFY(root.mkdir(QStringLiteral("1700"))); // gone while it was read
 
-        ApplicationUnits units(proc.path(), user);
+        const auto isApplication = [](const QString &id) {
+            return id != QLatin1String("org.gnome.Evolution-alarm-notify");
+        };
+        ApplicationUnits units(isApplication, proc.path(), user);
         QSignalSpy changes(&units, &WindowSource::windowsChanged);
         units.refresh();
         const std::vector<std::pair<QString, qint32>> expected{
@@ -128,7 +134,7 @@ private slots:
         QVERIFY(units.windows().empty());
         QCOMPARE(changes.size(), 2);
 
-        ApplicationUnits otherUser(proc.path(), 4242);
+        ApplicationUnits otherUser(isApplication, proc.path(), 4242);
         otherUser.refresh();
         QVERIFY(otherUser.windows().empty());
     }

@@ -2,6 +2,7 @@
 
 #include "ApplicationUnits.h"
 #include "GnomeShellWindows.h"
+#include "platform/ApplicationBundles.h"
 #include "platform/SystemLog.h"
 #include "SessionWorkspace.h"
 #include "WaylandConnection.h"
@@ -12,9 +13,11 @@ namespace {
 
 // GNOME's windows through Quellory's shell extension; until the shell has loaded it, the
 // applications that GNOME started in units of their own.
-void addGnomeSources(SessionWorkspace &workspace, SystemLog &log) {
+void addGnomeSources(SessionWorkspace &workspace, const ApplicationBundles &bundles,
+                     SystemLog &log) {
     auto shell = std::make_unique<GnomeShellWindows>(QDBusConnection::sessionBus(), log);
-    auto units = std::make_unique<ApplicationUnits>();
+    auto units = std::make_unique<ApplicationUnits>(
+        [&bundles](const QString &id) { return bundles.pathForBundleIdentifier(id).has_value(); });
     units->setEnabled(!shell->isServing());
     QObject::connect(
         shell.get(), &GnomeShellWindows::servingChanged, units.get(),
@@ -64,7 +67,7 @@ std::unique_ptr<SessionWorkspace> LinuxSession::workspace(const ApplicationBundl
             workspace->addSource(
                 std::make_unique<X11WindowSource>(log, X11WindowSource::Server::xwayland));
         if (isGnome())
-            addGnomeSources(*workspace, log);
+            addGnomeSources(*workspace, bundles, log);
         else if (auto compositor = compositorSource(log))
             workspace->addSource(std::move(compositor));
     }

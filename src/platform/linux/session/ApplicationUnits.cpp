@@ -60,8 +60,10 @@ ClientWindow windowOf(const QString &desktopFileId, qint32 processIdentifier) {
 
 } // namespace
 
-ApplicationUnits::ApplicationUnits(QString procRoot, uid_t user, QObject *parent)
-    : WindowSource(parent), m_procRoot(std::move(procRoot)), m_user(user) {}
+ApplicationUnits::ApplicationUnits(IsApplication isApplication, QString procRoot, uid_t user,
+                                   QObject *parent)
+    : WindowSource(parent), m_isApplication(std::move(isApplication)),
+      m_procRoot(std::move(procRoot)), m_user(user) {}
 
 void ApplicationUnits::setEnabled(bool isEnabled) {
     m_isEnabled = isEnabled;
@@ -90,7 +92,7 @@ std::vector<ClientWindow> ApplicationUnits::read() const {
         const QByteArray cgroup = readFile(folder + QStringLiteral("/cgroup"));
         const QString unit = appUnitOf(cgroup);
         const std::optional<QString> id = ProcessFacts::idOfCgroup(cgroup);
-        if (unit.isEmpty() || !id)
+        if (unit.isEmpty() || !id || !m_isApplication(*id))
             continue;
         const quint64 startTime = startTimeOf(readFile(folder + QStringLiteral("/stat")));
         auto [entry, isNew] = units.try_emplace(unit, windowOf(*id, processIdentifier), startTime);

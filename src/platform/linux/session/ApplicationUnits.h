@@ -2,6 +2,7 @@
 
 #include "WindowSource.h"
 
+#include <functional>
 #include <QString>
 #include <sys/types.h>
 #include <unistd.h>
@@ -14,8 +15,13 @@
 class ApplicationUnits final : public WindowSource {
     Q_OBJECT
 public:
+    // Whether a desktop file ID names an installed application. Desktops start the helpers of
+    // their own autostart in such units too, which are no applications to the user.
+    using IsApplication = std::function<bool(const QString &desktopFileId)>;
+
     // Reads the processes of one user under a proc file system.
-    explicit ApplicationUnits(QString procRoot = QStringLiteral("/proc"), uid_t user = getuid(),
+    explicit ApplicationUnits(IsApplication isApplication,
+                              QString procRoot = QStringLiteral("/proc"), uid_t user = getuid(),
                               QObject *parent = nullptr);
 
     // One per unit, in the order of their units' names; none while switched off.
@@ -30,6 +36,7 @@ public:
 private:
     std::vector<ClientWindow> read() const;
 
+    IsApplication m_isApplication;
     QString m_procRoot;
     uid_t m_user;
     bool m_isEnabled = true;
