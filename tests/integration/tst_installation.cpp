@@ -25,7 +25,10 @@ QStringList expectedFiles() {
     QStringList files{"bin/quellory", "share/applications/" + appID + ".desktop",
                       "share/metainfo/" + appID + ".metainfo.xml",
                       "share/icons/hicolor/scalable/apps/" + appID + ".svg",
-                      "share/doc/quellory/copyright"};
+                      "share/doc/quellory/copyright",
+                      // Where GNOME Shell looks for the extensions installed for every user.
+                      "share/gnome-shell/extensions/quellory@quellory.app/extension.js",
+                      "share/gnome-shell/extensions/quellory@quellory.app/metadata.json"};
     for (const int size : iconSizes)
         files << pngIcon(size);
     files.sort();

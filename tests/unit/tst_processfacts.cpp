@@ -1,12 +1,35 @@
+#include "platform/linux/session/ApplicationUnits.h"
 #include "platform/linux/session/ProcessFacts.h"
 #include "platform/linux/wayland/ToplevelProcesses.h"
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
+#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 #include <unistd.h>
+
+namespace {
+
+// One process in a simulated /proc: its owner, its start time and its cgroup.
+void addProcess(const QDir &proc, qint32 pid, uid_t user, int startTime, const QByteArray &unit) {
+    QVERIFY(proc.mkdir(QString::number(pid)));
+    const QString folder = proc.filePath(QString::number(pid)) + '/';
+    const auto write = [&](const char *name, const QByteArray &text) {
+        QFile file(folder + name);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(text) == text.size());
+    };
+    write("status", "Name:\tx\nUid:\t" + QByteArray::number(user) + "\t0\t0\t0\n");
+    // The command name may hold blanks and parentheses.
+    write("stat", QByteArray::number(pid) +
+                      " (a (b) c) S 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 " +
+                      QByteArray::number(startTime) + " 20 21\n");
+    write("cgroup", "0::/user.slice/user-1000.slice/user@1000.service/app.slice/" + unit + '\n');
+}
+
+} // namespace
 
 class ProcessFactsTest : public QObject {
     Q_OBJECT
@@ -115,6 +138,59 @@ private slots:
         // A script that is gone, or a process that cannot be read, is unknown.
         QCOMPARE(factsOf({"python3", "/nonexistent/tool"}).executable, QString());
         QCOMPARE(ProcessFacts::of(43, root.path()).program, QString());
+    }
+
+    void findsTheApplicationsInTheirOwnUnits() {
+        QTemporaryDir proc;
+        const QDir root(proc.path());
+        const uid_t user = 1000;
+        // The calculator started before its helper, which got the lower pid as pids wrapped.
+        addProcess(root, 900, user, 500, "app-gnome-org.gnome.Calculator-800.scope");
+        addProcess(root, 800, user, 700, "app-gnome-org.gnome.Calculator-800.scope");
+        // Two instances of one application are two applications.
+        addProcess(root, 1201, user, 10, "app-flatpak-org.gimp.GIMP-1201.scope");
+        addProcess(root, 1301, user, 20, "app-flatpak-org.gimp.GIMP-1301.scope");
+        addProcess(root, 1400, user, 30, "app-org.kde.dolphin@0f2a.service");
+        addProcess(root, 1500, user, 40, "session-2.scope");
+        // Started from the desktop's autostart, with no entry among the applications.
+        addProcess(root, 1550, user, 45,
+                   "app-gnome-org.gnome.Evolution\\x2dalarm\\x2dnotify-1550.scope");
+        addProcess(root, 1600, 1001, 50, "app-gnome-org.gnome.Terminal-1600.scope");
+        QVERIFY(root.mkdir(QStringLiteral("self")));
+        QVERIFY(root.mkdir(QStringLiteral("1700"))); // gone while it was read
+
+        const auto isApplication = [](const QString &id) {
+            return id != QLatin1String("org.gnome.Evolution-alarm-notify");
+        };
+        ApplicationUnits units(isApplication, proc.path(), user);
+        QSignalSpy changes(&units, &WindowSource::windowsChanged);
+        units.refresh();
+        const std::vector<std::pair<QString, qint32>> expected{
+            {"org.gimp.GIMP", 1201},
+            {"org.gimp.GIMP", 1301},
+            {"org.gnome.Calculator", 900},
+            {"org.kde.dolphin", 1400},
+        };
+        std::vector<std::pair<QString, qint32>> found;
+        for (const ClientWindow &window : units.windows())
+            found.emplace_back(window.appId, window.processIdentifier);
+        QCOMPARE(found, expected);
+        QCOMPARE(changes.size(), 1);
+        // Its own quit action is the only way to ask it: no close request goes out.
+        const ClientWindow &calculator = units.windows().at(2);
+        QCOMPARE(calculator.gtkBusName, "org.gnome.Calculator");
+        QCOMPARE(calculator.gtkObjectPath, "/org/gnome/Calculator");
+        QVERIFY(!calculator.acceptsDelete);
+        QVERIFY(!units.requestClose(calculator));
+        units.refresh();
+        QCOMPARE(changes.size(), 1);
+        units.setEnabled(false);
+        QVERIFY(units.windows().empty());
+        QCOMPARE(changes.size(), 2);
+
+        ApplicationUnits otherUser(isApplication, proc.path(), 4242);
+        otherUser.refresh();
+        QVERIFY(otherUser.windows().empty());
     }
 
     void readsThisProcess() {

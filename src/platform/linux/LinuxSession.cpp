@@ -1,6 +1,9 @@
 #include "LinuxSession.h"
 
+#include "ApplicationUnits.h"
+#include "GnomeShellWindows.h"
 #include "PlasmaWindowSource.h"
+#include "platform/ApplicationBundles.h"
 #include "platform/SystemLog.h"
 #include "SessionWorkspace.h"
 #include "WaylandConnection.h"
@@ -8,6 +11,21 @@
 #include "X11WindowSource.h"
 
 namespace {
+
+// GNOME's windows through Quellory's shell extension; until the shell has loaded it, the
+// applications that GNOME started in units of their own.
+void addGnomeSources(SessionWorkspace &workspace, const ApplicationBundles &bundles,
+                     SystemLog &log) {
+    auto shell = std::make_unique<GnomeShellWindows>(QDBusConnection::sessionBus(), log);
+    auto units = std::make_unique<ApplicationUnits>(
+        [&bundles](const QString &id) { return bundles.pathForBundleIdentifier(id).has_value(); });
+    units->setEnabled(!shell->isServing());
+    QObject::connect(
+        shell.get(), &GnomeShellWindows::servingChanged, units.get(),
+        [shell = shell.get(), units = units.get()] { units->setEnabled(!shell->isServing()); });
+    workspace.addSource(std::move(shell));
+    workspace.addSource(std::move(units));
+}
 
 // The compositor's windows through the first protocol it offers that we speak.
 std::unique_ptr<WindowSource> compositorSource(SystemLog &log) {
@@ -29,6 +47,12 @@ std::unique_ptr<WindowSource> compositorSource(SystemLog &log) {
 
 } // namespace
 
+bool LinuxSession::isGnome() {
+    return qEnvironmentVariable("XDG_CURRENT_DESKTOP")
+        .split(QLatin1Char(':'))
+        .contains(QLatin1String("GNOME"));
+}
+
 bool LinuxSession::isWayland() {
     return !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
            qgetenv("XDG_SESSION_TYPE") == "wayland";
@@ -45,7 +69,9 @@ std::unique_ptr<SessionWorkspace> LinuxSession::workspace(const ApplicationBundl
         if (!qEnvironmentVariableIsEmpty("DISPLAY"))
             workspace->addSource(
                 std::make_unique<X11WindowSource>(log, X11WindowSource::Server::xwayland));
-        if (auto compositor = compositorSource(log))
+        if (isGnome())
+            addGnomeSources(*workspace, bundles, log);
+        else if (auto compositor = compositorSource(log))
             workspace->addSource(std::move(compositor));
     }
     workspace->start();

@@ -12,9 +12,11 @@ class SystemLog;
 class LinuxSession {
 public:
     static bool isWayland();
+    // $XDG_CURRENT_DESKTOP names GNOME, whose shell shows its windows only to its extensions.
+    static bool isGnome();
     // The workspace of this session, read once: on X11 the X server's windows; on Wayland the
-    // compositor's toplevels through the protocol it offers, together with the X11 programs
-    // of its Xwayland server.
+    // compositor's toplevels through the protocol it offers (on GNOME, through Quellory's
+    // shell extension), together with the X11 programs of its Xwayland server.
     static std::unique_ptr<SessionWorkspace> workspace(const ApplicationBundles &bundles,
                                                        SystemLog &log, QThreadPool &launchPool);
 };

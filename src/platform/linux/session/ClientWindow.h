@@ -32,4 +32,7 @@ struct ClientWindow {
     // May be asked to close: an X11 window must list WM_DELETE_WINDOW, or its window manager
     // would kill it; a Wayland toplevel always may, and its application decides.
     bool acceptsDelete = false;
+
+    // Every fact alike, the source too.
+    bool operator==(const ClientWindow &) const;
 };
