@@ -5,8 +5,9 @@
 class QMessageLogContext;
 class QString;
 
-// Qt warns on standard error about the broken SVG icons of other programs and about a session
-// without XDG_RUNTIME_DIR: nothing that a user of this program can act on. Those warnings are
+// Qt warns on standard error about the broken SVG icons of other programs, about a session
+// without XDG_RUNTIME_DIR and, on Wayland without a tray, about its own X11 tray fallback: nothing
+// that a user of this program can act on. Those warnings are
 // dropped; every other message, and the program's own "Quellory: …" lines, stay.
 class QtMessageFilter final {
 public:
