@@ -6,6 +6,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QSettings>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -57,6 +58,37 @@ private:
     std::unique_ptr<XSession> m_session;
     qint64 m_xterm = 0;
     qint64 m_program = 0;
+    QProcessEnvironment m_environment;
+
+    // Starts the program afresh; whether it came up and lists XTerm.
+    bool startProgram() {
+        m_program = m_session->start(qEnvironmentVariable("QUELLORY_PROGRAM"), {}, m_environment);
+        return m_program > 0 &&
+               QTest::qWaitFor([this] { return describe().rows().contains("XTerm"); },
+                               programStartMs);
+    }
+    // A second start hands over to the running program and leaves at once.
+    static bool startsASecondTime() {
+        QProcess second;
+        second.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        second.setStandardOutputFile(QProcess::nullDevice());
+        second.start(qEnvironmentVariable("QUELLORY_PROGRAM"), {});
+        return second.waitForFinished(programStartMs) &&
+               second.exitStatus() == QProcess::NormalExit && second.exitCode() == 0;
+    }
+    // Ctrl+Q in the main window.
+    void pressQuit() {
+        m_session->run("wmctrl", {"-a", "Quellory"});
+        m_session->run("xdotool", {"key", "ctrl+q"});
+    }
+    static QSettings settingsFile() {
+        return {qEnvironmentVariable("XDG_CONFIG_HOME") + "/app.quellory.Quellory/Quellory.conf",
+                QSettings::IniFormat};
+    }
+    static QJsonObject launchCounts() {
+        return QJsonDocument::fromJson(settingsFile().value("appUsage.launchCounts").toByteArray())
+            .object();
+    }
 
     // The client's JSON lines.
     QList<QJsonObject> ask(const QStringList &arguments) {
@@ -100,10 +132,19 @@ private:
         return {};
     }
     // The main window is among the windows the window manager manages (a hidden one is not).
-    bool isWindowShown() {
-        const QList<QByteArray> windows = m_session->run("wmctrl", {"-l"}).split('\n');
-        return std::any_of(windows.begin(), windows.end(),
-                           [](const QByteArray &line) { return line.endsWith(" Quellory"); });
+    bool isWindowShown() { return !windowId().isEmpty(); }
+    // The main window's id in the window manager's _NET_CLIENT_LIST, as wmctrl reads it.
+    QByteArray windowId() {
+        for (const QByteArray &line : m_session->run("wmctrl", {"-l"}).split('\n'))
+            if (line.endsWith(" Quellory"))
+                return line.left(line.indexOf(' '));
+        return {};
+    }
+    // Managed and minimised: what the task bar shows as a window to bring back.
+    bool isWindowMinimised() {
+        const QByteArray id = windowId();
+        return !id.isEmpty() && m_session->run("xprop", {"-id", id, "_NET_WM_STATE"})
+                                    .contains("_NET_WM_STATE_HIDDEN");
     }
 
 private slots:
@@ -131,12 +172,11 @@ private slots:
 
         m_xterm = m_session->start("xterm");
         QVERIFY(m_xterm > 0);
-        QProcessEnvironment environment;
-        environment.insert("QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1");
-        environment.insert("QT_QPA_PLATFORM", "xcb");
-        environment.insert("XDG_DATA_HOME", m_root.filePath("data"));
-        environment.insert("XDG_DATA_DIRS", m_root.filePath("system"));
-        m_program = m_session->start(qEnvironmentVariable("QUELLORY_PROGRAM"), {}, environment);
+        m_environment.insert("QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1");
+        m_environment.insert("QT_QPA_PLATFORM", "xcb");
+        m_environment.insert("XDG_DATA_HOME", m_root.filePath("data"));
+        m_environment.insert("XDG_DATA_DIRS", m_root.filePath("system"));
+        m_program = m_session->start(qEnvironmentVariable("QUELLORY_PROGRAM"), {}, m_environment);
         QVERIFY(m_program > 0);
     }
 
@@ -215,15 +255,58 @@ private slots:
         QTest::qWait(500);
         QVERIFY(XSession::isRunning(m_program));
 
-        QProcess second;
-        second.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        second.setStandardOutputFile(QProcess::nullDevice());
-        second.start(qEnvironmentVariable("QUELLORY_PROGRAM"), {});
-        QVERIFY(second.waitForFinished(programStartMs));
-        QCOMPARE(second.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(second.exitCode(), 0);
+        QVERIFY(startsASecondTime());
         QTRY_VERIFY_WITH_TIMEOUT(isWindowShown(), programStartMs);
         QVERIFY(XSession::isRunning(m_program));
+    }
+
+    // Quit ends the program whatever else is open, at every start; a start counts no launch of
+    // what already runs (XTerm here), only of what starts after it.
+    void quitEndsTheProgramAndAStartCountsOnlyLaterLaunches() {
+        const QJsonObject counted = launchCounts();
+        QVERIFY(counted.contains("debian-xterm"));
+        for (int start = 0; start < 4; ++start) {
+            if (start > 0)
+                QVERIFY(startProgram());
+            const qint64 program = m_program;
+            if (start % 2 == 0) {
+                QPoint icon;
+                QTRY_VERIFY_WITH_TIMEOUT(!(icon = trayIcon()).isNull(), programStartMs);
+                // The menu stays open on "Quit" while the client reads it; Return then picks it.
+                QCOMPARE(walkTrayMenu(icon, {"Down", "Down", "Down", "Down", "Down"}),
+                         (QStringList{"Quellory", "Running Apps", "Quit XTerm", "Open Quellory",
+                                      "Quit"}));
+                m_session->run("xdotool", {"key", "Return"});
+            } else {
+                pressQuit();
+            }
+            QTRY_VERIFY_WITH_TIMEOUT(!XSession::isRunning(program), programStartMs);
+            QCOMPARE(launchCounts(), counted);
+        }
+        QVERIFY(startProgram());
+        QVERIFY(m_session->start("xeyes"));
+        QJsonObject once = counted;
+        once["xeyes"] = counted["xeyes"].toInt() + 1;
+        QTRY_COMPARE_WITH_TIMEOUT(launchCounts(), once, programStartMs);
+    }
+
+    // Without the tray icon a closed window goes down to the task bar, not out of sight: still a
+    // client of the window manager, minimised, and a second start brings it back up.
+    void closedWindowWithoutTrayIconStaysInTheTaskBar() {
+        const qint64 withIcon = m_program;
+        pressQuit();
+        QTRY_VERIFY_WITH_TIMEOUT(!XSession::isRunning(withIcon), programStartMs);
+        settingsFile().setValue("showMenuBarIcon", false);
+        QVERIFY(startProgram());
+
+        m_session->run("wmctrl", {"-c", "Quellory"});
+        QTRY_VERIFY_WITH_TIMEOUT(isWindowMinimised(), programStartMs);
+        QTest::qWait(500);
+        QVERIFY(isWindowMinimised());
+        QVERIFY(XSession::isRunning(m_program));
+
+        QVERIFY(startsASecondTime());
+        QTRY_VERIFY_WITH_TIMEOUT(isWindowShown() && !isWindowMinimised(), programStartMs);
     }
 
     void cleanupTestCase() {
