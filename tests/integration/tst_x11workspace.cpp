@@ -235,25 +235,37 @@ private slots:
 
     void otherProgramsNeverPassForThisOne_data() {
         QTest::addColumn<QStringList>("properties");
+        QTest::addColumn<QString>("host");
         QTest::addColumn<QString>("listedAs");
         QTest::newRow("its identifier stated")
             << QStringList{"WM_CLASS:STRING=other,Other",
                            "_GTK_APPLICATION_ID=app.quellory.Quellory"}
+            << ""
             << "quellory-bare-window";
-        QTest::newRow("its window class")
-            << QStringList{"WM_CLASS:STRING=quellory,Quellory"} << "quellory-bare-window";
+        QTest::newRow("its window class") << QStringList{"WM_CLASS:STRING=quellory,Quellory"} << ""
+                                          << "quellory-bare-window";
         QTest::newRow("its identifier as the window class")
-            << QStringList{"WM_CLASS:STRING=app.quellory.Quellory,app.quellory.Quellory"}
+            << QStringList{"WM_CLASS:STRING=app.quellory.Quellory,app.quellory.Quellory"} << ""
             << "quellory-bare-window";
+        // The server cannot tell the pid of a client on TCP.
+        QTest::newRow("its pid, over TCP")
+            << QStringList{"WM_CLASS:STRING=other,Other",
+                           "_NET_WM_PID:CARDINAL=" +
+                               QString::number(QCoreApplication::applicationPid())}
+            << "localhost"
+            << "Other";
     }
     void otherProgramsNeverPassForThisOne() {
         QFETCH(QStringList, properties);
+        QFETCH(QString, host);
         QFETCH(QString, listedAs);
-        const qint64 pid = m_session->start(bareWindow(), QStringList{"1", "0"} + properties);
+        QProcessEnvironment display;
+        display.insert("DISPLAY", host + m_session->display());
+        const qint64 pid =
+            m_session->start(bareWindow(), QStringList{"1", "0"} + properties, display);
         const auto application = waitForProcess(pid);
-        QVERIFY(application);
-        QCOMPARE(application->bundleIdentifier(), listedAs);
-        QVERIFY(!AppCatalog::excludedBundleIDs().contains(listedAs));
+        QVERIFY2(application, "it is listed by its own pid");
+        QCOMPARE(application->localizedName(), listedAs);
         QCOMPARE(application->bundlePath(), std::nullopt);
     }
 

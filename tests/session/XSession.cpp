@@ -78,10 +78,11 @@ XSession::XSession() : m_environment(QProcessEnvironment::systemEnvironment()) {
     m_environment.insert(QStringLiteral("NO_AT_BRIDGE"), QStringLiteral("1"));
     m_environment.insert(QStringLiteral("GSETTINGS_BACKEND"), QStringLiteral("memory"));
     // Xvfb picks a free display and writes its number to the descriptor named by -displayfd.
+    // It takes clients on TCP too (DISPLAY=localhost:N), whose pid it cannot tell.
     m_server.setStandardErrorFile(QProcess::nullDevice());
     m_server.start(QStringLiteral("Xvfb"),
                    {QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-screen"),
-                    QStringLiteral("0"), QStringLiteral("1280x800x24"), QStringLiteral("-nolisten"),
+                    QStringLiteral("0"), QStringLiteral("1280x800x24"), QStringLiteral("-listen"),
                     QStringLiteral("tcp")});
     QDeadlineTimer deadline(startTimeoutMs);
     while (!m_server.canReadLine() && m_server.state() != QProcess::NotRunning &&

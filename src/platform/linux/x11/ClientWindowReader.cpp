@@ -1,5 +1,6 @@
 #include "ClientWindowReader.h"
 
+#include "DisplayTcpClients.h"
 #include "X11Connection.h"
 
 #include <algorithm>
@@ -167,6 +168,7 @@ std::vector<ClientWindow> ClientWindowReader::read(const std::vector<xcb_window_
     }
     m_connection.awaitReplies();
     std::vector<ClientWindow> result(windows.size());
+    std::optional<std::vector<qint32>> tcpClients;
     for (size_t w = 0; w < windows.size(); ++w) {
         std::vector<PropertyReply> replies;
         replies.reserve(propertyCount);
@@ -200,13 +202,25 @@ std::vector<ClientWindow> ClientWindowReader::read(const std::vector<xcb_window_
                     window.processIdentifier = qint32(*xcb_res_client_id_value_value(it.data));
             }
         }
-        // A pid that a client states is only worth believing when it runs on this machine, and
-        // it never names this program: the server itself gives the pid of its own windows.
+        // A pid that a client states is only worth believing when it runs on this machine.
         const auto statedPids = valuesOf<std::uint32_t>(replies[netWmPid]);
         if (window.processIdentifier <= 0 && !statedPids.empty() &&
-            textOf(replies[clientMachine]) == m_hostName &&
-            qint64(statedPids.front()) != QCoreApplication::applicationPid())
-            window.processIdentifier = qint32(statedPids.front());
+            textOf(replies[clientMachine]) == m_hostName)
+            window.processIdentifier = believedProcess(statedPids.front(), tcpClients);
     }
     return result;
+}
+
+qint32 ClientWindowReader::believedProcess(std::uint32_t stated,
+                                           std::optional<std::vector<qint32>> &tcpClients) const {
+    const qint64 own = QCoreApplication::applicationPid();
+    if (stated != own)
+        return qint32(stated);
+    // A window that names this program, of a client whose pid the server cannot tell, is
+    // another program's over TCP, hiding: the server gives the pid of this program's own
+    // windows. Its process holds a connection to the display; it is named only when it is the
+    // one such process, and not this one.
+    if (!tcpClients)
+        tcpClients = DisplayTcpClients::of(m_connection.displayNumber());
+    return tcpClients->size() == 1 && tcpClients->front() != own ? tcpClients->front() : 0;
 }

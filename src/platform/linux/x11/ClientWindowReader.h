@@ -26,6 +26,11 @@ public:
     std::vector<ClientWindow> read(const std::vector<xcb_window_t> &windows);
 
 private:
+    // The process of a window that states `stated` as its pid, or 0; the display's TCP clients
+    // are read into `tcpClients` when they are needed.
+    qint32 believedProcess(std::uint32_t stated,
+                           std::optional<std::vector<qint32>> &tcpClients) const;
+
     X11Connection &m_connection;
     QString m_hostName;
 };

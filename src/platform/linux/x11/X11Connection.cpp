@@ -9,14 +9,19 @@
 std::shared_ptr<X11Connection> X11Connection::open() {
     int screen = 0;
     xcb_connection_t *connection = xcb_connect(nullptr, &screen);
-    if (xcb_connection_has_error(connection)) {
+    char *host = nullptr;
+    int displayNumber = 0;
+    if (xcb_connection_has_error(connection) ||
+        !xcb_parse_display(nullptr, &host, &displayNumber, nullptr)) {
         xcb_disconnect(connection);
         return nullptr;
     }
-    return std::shared_ptr<X11Connection>(new X11Connection(connection, screen));
+    free(host);
+    return std::shared_ptr<X11Connection>(new X11Connection(connection, displayNumber, screen));
 }
 
-X11Connection::X11Connection(xcb_connection_t *connection, int screen) : m_connection(connection) {
+X11Connection::X11Connection(xcb_connection_t *connection, int displayNumber, int screen)
+    : m_connection(connection), m_displayNumber(displayNumber) {
     xcb_screen_iterator_t screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
     for (int i = 0; i < screen && screens.rem; ++i)
         xcb_screen_next(&screens);

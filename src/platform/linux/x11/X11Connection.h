@@ -34,6 +34,8 @@ public:
     // False once the server has gone; the connection is of no use after that.
     bool isAlive() const;
     bool hasResourceExtension() const { return m_hasResourceExtension; }
+    // The number of the display, as $DISPLAY names it.
+    int displayNumber() const { return m_displayNumber; }
 
     // Marks the start of collecting the replies of a batch of requests: one round trip.
     void awaitReplies();
@@ -67,7 +69,7 @@ signals:
     void lost();
 
 private:
-    explicit X11Connection(xcb_connection_t *connection, int screen);
+    X11Connection(xcb_connection_t *connection, int displayNumber, int screen);
     void readEvents();
     void handleQueuedEvents();
     void sendToRoot(xcb_window_t window, xcb_atom_t type, std::uint32_t data0,
@@ -77,6 +79,7 @@ private:
     xcb_connection_t *m_connection;
     xcb_window_t m_root = XCB_NONE;
     Atoms m_atoms{};
+    int m_displayNumber;
     bool m_hasResourceExtension = false;
     bool m_wasLost = false;
     bool m_managerClosesWindows = false;
