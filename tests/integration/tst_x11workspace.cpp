@@ -4,7 +4,6 @@
 #include "models/AppUsageStore.h"
 #include "models/EventLoopScheduler.h"
 #include "models/SystemClock.h"
-#include "models/WindowMonitor.h"
 #include "platform/linux/freedesktop/DesktopEntryApplications.h"
 #include "platform/linux/LinuxSession.h"
 #include "platform/linux/session/ApplicationQuitAction.h"
@@ -291,21 +290,6 @@ private slots:
         QCOMPARE(m_log.lines.size(), 1);
         QVERIFY2(m_log.lines.front().startsWith("Quellory: failed to open gone: "),
                  qPrintable(m_log.lines.front()));
-    }
-
-    void programThatEndsLeavesTheListWithoutATimer() {
-        WindowMonitor monitor(*m_workspace, *m_usage, m_scheduler);
-        monitor.startObserving();
-        monitor.refresh();
-        const auto isListed = [&monitor](qint64 pid) {
-            return std::any_of(monitor.runningApps().begin(), monitor.runningApps().end(),
-                               [pid](const auto &app) { return app->processIdentifier() == pid; });
-        };
-        const qint64 pid = m_session->start("xmessage", {"-timeout", "2", "leaving soon"});
-        QTRY_VERIFY_WITH_TIMEOUT(isListed(pid), programStartMs);
-        // No refresh timer runs here: only the end notification can update the list.
-        QTRY_VERIFY_WITH_TIMEOUT(!isListed(pid), programStartMs);
-        QVERIFY(!XSession::isRunning(pid));
     }
 
     void windowManagerGoneAndBack() {

