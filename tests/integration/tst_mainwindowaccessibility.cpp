@@ -1,3 +1,4 @@
+#include "fakes/WriteFile.h"
 #include "session/XSession.h"
 
 #include <QDir>
@@ -165,10 +166,8 @@ private slots:
         QVERIFY(QDir().mkpath(applications) && QDir().mkpath(m_root.filePath("system")));
         QVERIFY(QFile::copy("/usr/share/applications/debian-xterm.desktop",
                             applications + "/debian-xterm.desktop"));
-        QFile eyes(applications + "/xeyes.desktop");
-        QVERIFY(eyes.open(QIODevice::WriteOnly));
-        eyes.write("[Desktop Entry]\nType=Application\nName=Eyes\nExec=xeyes\n");
-        eyes.close();
+        QVERIFY(writeFile(applications + "/xeyes.desktop",
+                          "[Desktop Entry]\nType=Application\nName=Eyes\nExec=xeyes\n"));
 
         m_xterm = m_session->start("xterm");
         QVERIFY(m_xterm > 0);

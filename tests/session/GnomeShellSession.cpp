@@ -18,7 +18,6 @@ namespace {
 constexpr int startTimeoutMs = 30000;
 constexpr uid_t user = 65534;
 const QString extensionUuid = QStringLiteral("quellory@quellory.app");
-const QString extensionBusName = QStringLiteral("app.quellory.Quellory.Shell");
 const QString shellBusName = QStringLiteral("org.gnome.Shell");
 
 // The session bus as dbus-run-session would start it, with a socket the test can find and root,
@@ -136,8 +135,7 @@ GnomeShellSession::GnomeShellSession(Extension extension)
                       {QStringLiteral("--mount"), QStringLiteral("--net"), QStringLiteral("--"),
                        QStringLiteral(QUELLORY_GNOME_SESSION_SCRIPT), m_folder.path(), display});
     m_isReady = m_namespace.waitForStarted() && waitForShell() &&
-                waitForExtensions(extension != Extension::absent) &&
-                (extension != Extension::enabled || enableExtension()) && findXwayland();
+                waitForExtensions(extension == Extension::installed) && findXwayland();
     // What the shell said is the one clue to why it did not come up.
     if (!m_isReady)
         qWarning("GNOME Shell did not come up:\n%s", qPrintable(readLog()));
@@ -204,18 +202,6 @@ bool GnomeShellSession::waitForExtensions(bool isInstalled) {
         const QDBusReply<QVariantMap> reply = bus().call(info);
         return reply.isValid() && reply.value().isEmpty() != isInstalled;
     });
-}
-
-// A fresh shell knows the extension from the home folder but keeps it off until asked.
-bool GnomeShellSession::enableExtension() {
-    const QDBusReply<bool> enabled =
-        bus().call(QDBusMessage::createMethodCall(shellBusName, QStringLiteral("/org/gnome/Shell"),
-                                                  QStringLiteral("org.gnome.Shell.Extensions"),
-                                                  QStringLiteral("EnableExtension"))
-                   << extensionUuid);
-    return enabled.isValid() && enabled.value() && waitUntil([this] {
-               return bus().interface()->isServiceRegistered(extensionBusName).value();
-           });
 }
 
 // Xwayland takes display :0 in the session's own /tmp; its clients need the key the shell wrote.

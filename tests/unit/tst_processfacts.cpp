@@ -1,8 +1,8 @@
+#include "fakes/WriteFile.h"
 #include "platform/linux/session/ApplicationUnits.h"
 #include "platform/linux/session/ProcessFacts.h"
 #include "platform/linux/wayland/ToplevelProcesses.h"
 
-#include <QCoreApplication>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -15,11 +15,9 @@ namespace {
 
 // One process in a simulated /proc: its owner, its start time and its cgroup.
 void addProcess(const QDir &proc, qint32 pid, uid_t user, int startTime, const QByteArray &unit) {
-    QVERIFY(proc.mkdir(QString::number(pid)));
     const QString folder = proc.filePath(QString::number(pid)) + '/';
     const auto write = [&](const char *name, const QByteArray &text) {
-        QFile file(folder + name);
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(text) == text.size());
+        QVERIFY(writeFile(folder + name, text));
     };
     write("status", "Name:\tx\nUid:\t" + QByteArray::number(user) + "\t0\t0\t0\n");
     // The command name may hold blanks and parentheses.
@@ -121,15 +119,12 @@ private slots:
         QVERIFY(QFile::link(work, root.filePath("42/cwd")));
         QVERIFY(QFile::link(work + "/bin/tool", work + "/tool-link"));
         const auto factsOf = [&root](const QByteArrayList &arguments) {
-            const QByteArray commandLine = arguments.join('\0') + '\0';
-            QFile file(root.filePath("42/cmdline"));
-            if (!file.open(QIODevice::WriteOnly) || file.write(commandLine) != commandLine.size())
+            if (!writeFile(root.filePath("42/cmdline"), arguments.join('\0') + '\0'))
                 qFatal("cannot write the command line");
-            file.close();
             return ProcessFacts::of(42, root.path());
         };
         for (const char *name : {"/bin/interpreter", "/bin/tool"})
-            QVERIFY(QFile(work + name).open(QIODevice::WriteOnly));
+            QVERIFY(writeFile(work + name, {}));
 
         ProcessFacts facts = factsOf({"python3", "tool-link"});
         QCOMPARE(facts.program, "tool-link");
@@ -191,15 +186,6 @@ private slots:
         ApplicationUnits otherUser(isApplication, proc.path(), 4242);
         otherUser.refresh();
         QVERIFY(otherUser.windows().empty());
-    }
-
-    void readsThisProcess() {
-        const ProcessFacts facts = ProcessFacts::of(qint32(getpid()));
-        QCOMPARE(facts.program, QCoreApplication::applicationFilePath().section('/', -1));
-        QCOMPARE(facts.executable,
-                 QFileInfo(QCoreApplication::applicationFilePath()).canonicalFilePath());
-        QVERIFY(ProcessFacts::isRunning(qint32(getpid())));
-        QVERIFY(!ProcessFacts::isRunning(-1));
     }
 
     // A Wayland toplevel names no process: sway's tree does, matched by app_id and title.
