@@ -55,6 +55,10 @@ private slots:
         QVERIFY2(m_keyboard->isReady(), "KWin grants its fake keyboard through the desktop entry");
         quitClosesOneAndAsksMousepad("org.gnome.Calculator");
         m_keyboard.reset();
+        // KWin names the window that the dialog serves.
+        const auto mousepad = applicationsWithId("org.xfce.mousepad").value(0);
+        QVERIFY(mousepad &&
+                mousepad->windows().back().transientFor == mousepad->windows().front().id);
     }
     void neverClosesAnXwaylandWindowThatCannotBeAsked() {
         WaylandWorkspaceChecks::neverClosesAnXwaylandWindowThatCannotBeAsked();
