@@ -202,6 +202,22 @@ private slots:
         QCOMPARE(filterResets.size(), 0);
     }
 
+    // A tick or a busy mark repaints its own row, not the list.
+    void selectionAndBusyMarksChangeOnlyTheirRows() {
+        AppsListSession session;
+        QVERIFY(session.start());
+        AppsListRows rows(session);
+        QSignalSpy changes(&rows.model, &QAbstractItemModel::dataChanged);
+        session.actions.setSelectedIDs({mail, notes});
+        session.actions.quitApp(terminal, nullptr);
+        QStringList changed;
+        for (const QList<QVariant> &change : std::as_const(changes))
+            changed << change.at(0).toModelIndex().data().toString() + ".." +
+                           change.at(1).toModelIndex().data().toString();
+        changed.sort();
+        QCOMPARE(changed, (QStringList{"Mail..Mail", "Notes..Notes", "Terminal..Terminal"}));
+    }
+
     void selectionBarTexts_data() {
         QTest::addColumn<int>("openCount");
         QTest::addColumn<int>("quitCount");

@@ -9,6 +9,7 @@
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
+#include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
@@ -186,6 +187,16 @@ private slots:
         ApplicationUnits otherUser(isApplication, proc.path(), 4242);
         otherUser.refresh();
         QVERIFY(otherUser.windows().empty());
+    }
+
+    // Until its parent reaps it, an ended process keeps its folder in /proc.
+    void aZombieIsNotRunning() {
+        QVERIFY(ProcessFacts::isRunning(qint32(getpid())));
+        const pid_t child = fork();
+        if (child == 0)
+            _exit(0);
+        QTRY_VERIFY(!ProcessFacts::isRunning(child));
+        QCOMPARE(waitpid(child, nullptr, 0), child);
     }
 
     // A Wayland toplevel names no process: sway's tree does, matched by app_id and title.

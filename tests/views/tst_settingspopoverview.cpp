@@ -189,6 +189,23 @@ private slots:
         QCOMPARE(popover.mailed.size(), 1);
     }
 
+    // A theme changed while the program runs.
+    void dimmedTextsFollowTheTheme() {
+        PoppedUp popover;
+        QVERIFY(popover.popUp());
+        const QLabel *description = popover.view.findChildren<QLabel *>().constLast();
+        const QPushButton *link = popover.supportLink();
+        const QPalette original = QApplication::palette();
+        QPalette dark = original;
+        dark.setColor(QPalette::Window, QColor(0x20, 0x20, 0x20));
+        dark.setColor(QPalette::PlaceholderText, QColor(0x90, 0x90, 0x90));
+        QApplication::setPalette(dark);
+        QTRY_COMPARE(description->palette().color(description->foregroundRole()),
+                     QColor(0x90, 0x90, 0x90));
+        QTRY_COMPARE(link->palette().color(QPalette::ButtonText), QColor(0x90, 0x90, 0x90));
+        QApplication::setPalette(original);
+    }
+
     void theKeyboardReachesBothSwitchesAndTheLink() {
         PoppedUp popover;
         QVERIFY(popover.popUp());
