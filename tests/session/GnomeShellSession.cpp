@@ -1,15 +1,15 @@
 #include "GnomeShellSession.h"
 
+#include "SessionProcesses.h"
+
 #include <csignal>
 #include <QCoreApplication>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusReply>
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
-#include <QThread>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -82,16 +82,6 @@ bool isInUse(const QByteArray &mountNamespace) {
             return true;
     }
     return false;
-}
-
-template <typename Condition> bool waitUntil(Condition condition) {
-    QDeadlineTimer deadline(startTimeoutMs);
-    while (!condition()) {
-        if (deadline.hasExpired())
-            return false;
-        QThread::msleep(50);
-    }
-    return true;
 }
 
 } // namespace
@@ -177,16 +167,17 @@ QDBusConnection GnomeShellSession::bus() const {
 
 bool GnomeShellSession::waitForShell() {
     const QString address = m_environment.value(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"));
-    return waitUntil([&] {
-               if (m_namespace.state() == QProcess::NotRunning)
-                   return true;
-               if (!bus().isConnected()) {
-                   QDBusConnection::disconnectFromBus(m_busName);
-                   QDBusConnection::connectToBus(address, m_busName);
-               }
-               return bus().isConnected() &&
-                      bus().interface()->isServiceRegistered(shellBusName).value();
-           }) &&
+    return waitUntil(startTimeoutMs,
+                     [&] {
+                         if (m_namespace.state() == QProcess::NotRunning)
+                             return true;
+                         if (!bus().isConnected()) {
+                             QDBusConnection::disconnectFromBus(m_busName);
+                             QDBusConnection::connectToBus(address, m_busName);
+                         }
+                         return bus().isConnected() &&
+                                bus().interface()->isServiceRegistered(shellBusName).value();
+                     }) &&
            m_namespace.state() == QProcess::Running;
 }
 
@@ -198,7 +189,7 @@ bool GnomeShellSession::waitForExtensions(bool isInstalled) {
                                        QStringLiteral("org.gnome.Shell.Extensions"),
                                        QStringLiteral("GetExtensionInfo"))
         << extensionUuid;
-    return waitUntil([&] {
+    return waitUntil(startTimeoutMs, [&] {
         const QDBusReply<QVariantMap> reply = bus().call(info);
         return reply.isValid() && reply.value().isEmpty() != isInstalled;
     });
@@ -223,20 +214,14 @@ qint64 GnomeShellSession::start(const QString &program, const QStringList &argum
     QProcessEnvironment environment = m_environment;
     environment.insert(extraEnvironment);
     // Neither tool forks: the pid started is the program's own.
-    QProcess process;
-    process.setProgram(QStringLiteral("nsenter"));
-    process.setArguments(
+    return startDetached(
+        QStringLiteral("nsenter"),
         QStringList{QStringLiteral("--target"), QString::number(m_namespace.processId()),
                     QStringLiteral("--mount"), QStringLiteral("--net"), QStringLiteral("setpriv"),
                     QStringLiteral("--reuid=65534"), QStringLiteral("--regid=65534"),
                     QStringLiteral("--clear-groups"), QStringLiteral("--"), program} +
-        arguments);
-    process.setProcessEnvironment(environment);
-    process.setStandardInputFile(QProcess::nullDevice());
-    process.setStandardOutputFile(QProcess::nullDevice());
-    process.setStandardErrorFile(QProcess::nullDevice());
-    qint64 processIdentifier = 0;
-    return process.startDetached(&processIdentifier) ? processIdentifier : 0;
+            arguments,
+        environment);
 }
 
 bool GnomeShellSession::stopShell() {
@@ -250,5 +235,5 @@ bool GnomeShellSession::stopShell() {
     // Helpers of the shell and its programs may outlive it for a moment, and would write into
     // the folder after it is gone.
     return m_namespace.waitForFinished(startTimeoutMs) &&
-           waitUntil([&] { return !isInUse(mountNamespace); });
+           waitUntil(startTimeoutMs, [&] { return !isInUse(mountNamespace); });
 }
