@@ -82,15 +82,12 @@ private slots:
             Rule::statedId);
         row("xclock by its command line", {"xclock", "-digital"}, "clock-app", "Clock",
             Rule::commandLine);
-        row("a window of no installed application", {bareWindow()}, "BareWindow", "BareWindow",
-            Rule::windowClass);
     }
     void identifiesEachProgramAndQuitsItPolitely() {
         QFETCH(QStringList, command);
         QFETCH(QString, bundleID);
         QFETCH(QString, name);
         QFETCH(Rule, rule);
-        const bool hasEntry = rule != Rule::windowClass;
         QSignalSpy launches(m_workspace.get(), &Workspace::didLaunchApplication);
         QSignalSpy ends(m_workspace.get(), &Workspace::didTerminateApplication);
 
@@ -101,21 +98,11 @@ private slots:
         QCOMPARE(application->localizedName(), name);
         QCOMPARE(application->match().rule, rule);
         QCOMPARE(application->activationPolicy(), RunningApplication::ActivationPolicy::Regular);
-        QCOMPARE(application->bundlePath().has_value(), hasEntry);
+        QVERIFY(application->bundlePath());
         QVERIFY(m_workspace->runningApplications().contains(application));
         QVERIFY(isPosted(launches, application));
 
         m_actions->quitApp(bundleID, application);
-        if (!hasEntry) {
-            // Without WM_DELETE_WINDOW, asking would have the manager destroy the window.
-            QCOMPARE(m_log.lines.size(), 2);
-            QCOMPARE(m_log.lines.front(),
-                     QString("Quellory: terminate() refused for BareWindow pid=%1").arg(pid));
-            QTest::qWait(1000);
-            QVERIFY(XSession::isRunning(pid));
-            QVERIFY(m_workspace->runningApplications().contains(application));
-            return;
-        }
         QVERIFY(m_log.lines.isEmpty());
         QTRY_VERIFY_WITH_TIMEOUT(!XSession::isRunning(pid), programStartMs);
         QTRY_VERIFY(application->isTerminated());
