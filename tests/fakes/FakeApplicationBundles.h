@@ -11,7 +11,6 @@ public:
     QList<ScanFolder> folders;
     std::optional<QString> mainID;
     QHash<QString, QString> installedPaths; // where the platform says an identifier lives
-    QHash<QString, QString> schemeHandlers; // the application that opens links of a scheme
     mutable std::atomic<int> openCount = 0;
 
     // Adds an entry to a folder, which becomes readable; a bundle of none does not open.
@@ -33,10 +32,7 @@ public:
         return installedPaths.contains(bundleID) ? std::optional(installedPaths.value(bundleID))
                                                  : std::nullopt;
     }
-    std::optional<QString> pathForUrlScheme(const QString &scheme) const override {
-        return schemeHandlers.contains(scheme) ? std::optional(schemeHandlers.value(scheme))
-                                               : std::nullopt;
-    }
+    std::optional<QString> pathForUrlScheme(const QString &) const override { return {}; }
     std::optional<QString> mainBundleIdentifier() const override { return mainID; }
 
 private:

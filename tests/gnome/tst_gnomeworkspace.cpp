@@ -1,18 +1,13 @@
-#include "fakes/RecordingLog.h"
-#include "platform/linux/freedesktop/DesktopEntryApplications.h"
-#include "platform/linux/LinuxSession.h"
+#include "fakes/WriteFile.h"
 #include "platform/linux/session/ProcessFacts.h"
-#include "platform/linux/session/SessionRunningApplication.h"
-#include "platform/linux/session/SessionWorkspace.h"
 #include "platform/linux/wayland/GnomeShellWindows.h"
 #include "session/GnomeShellSession.h"
+#include "session/WorkspaceFixture.h"
 
 #include <array>
 #include <QDBusArgument>
 #include <QDBusMessage>
 #include <QFile>
-#include <QTest>
-#include <QThreadPool>
 
 using Rule = ApplicationMatcher::Rule;
 Q_DECLARE_METATYPE(Rule)
@@ -63,7 +58,7 @@ quint64 x11WindowOf(GnomeShellSession &session, qint64 processIdentifier) {
 // The workspace that the program picks on GNOME, on a real GNOME Shell with Quellory's
 // extension installed but off, as right after the package was installed: real programs, their
 // identity, the polite close, refusals, and the shell going away.
-class GnomeWorkspaceTest : public QObject {
+class GnomeWorkspaceTest : public QObject, WorkspaceFixture {
     Q_OBJECT
 
 private slots:
@@ -76,7 +71,8 @@ private slots:
              {"DBUS_SESSION_BUS_ADDRESS", "WAYLAND_DISPLAY", "XDG_CURRENT_DESKTOP"})
             qputenv(name, environment.value(QLatin1String(name)).toUtf8());
         qunsetenv("DISPLAY");
-        m_workspace = LinuxSession::workspace(m_bundles, m_log, m_pool);
+        m_bundles = std::make_unique<DesktopEntryApplications>();
+        m_workspace = LinuxSession::workspace(*m_bundles, m_log, m_pool);
 
         m_foot = m_session->start(QStringLiteral("foot"));
         m_mousepad = startMousepadWithText();
@@ -111,17 +107,12 @@ private slots:
         QFETCH(int, program);
         const qint64 processIdentifier = std::array{m_foot, m_mousepad, m_qt}.at(size_t(program));
         const RunningApplicationPtr app = application(processIdentifier);
-        QTEST(static_cast<SessionRunningApplication *>(app.get())->match().rule, "rule");
+        QTEST(handle(app)->match().rule, "rule");
         QCOMPARE(app->processIdentifier(), processIdentifier);
         QTEST(app->bundleIdentifier().value_or(QString()), "identifier");
         QTEST(app->localizedName().value_or(QString()), "name");
         QCOMPARE(app->activationPolicy(), RunningApplication::ActivationPolicy::Regular);
-        const QList<RunningApplicationPtr> all = m_workspace->runningApplications();
-        QCOMPARE(std::count_if(all.begin(), all.end(),
-                               [&](const RunningApplicationPtr &a) {
-                                   return a->bundleIdentifier() == app->bundleIdentifier();
-                               }),
-                 1);
+        QCOMPARE(applicationsWithId(app->bundleIdentifier().value_or(QString())).size(), 1);
         // The client turned the extension on without a word.
         QVERIFY2(m_log.lines.isEmpty(), qPrintable(m_log.lines.join('\n')));
     }
@@ -180,8 +171,7 @@ private slots:
         const RunningApplicationPtr mousepad = application(m_mousepad);
         QVERIFY(mousepad->terminate());
         // Its prompt about the unsaved text comes up, and it keeps running.
-        const auto *windows = static_cast<SessionRunningApplication *>(mousepad.get());
-        QTRY_COMPARE_WITH_TIMEOUT(windows->windows().size(), size_t(2), appTimeoutMs);
+        QTRY_COMPARE_WITH_TIMEOUT(handle(mousepad)->windows().size(), size_t(2), appTimeoutMs);
         QVERIFY(ProcessFacts::isRunning(qint32(m_mousepad)));
         QVERIFY(!mousepad->isTerminated());
     }
@@ -223,10 +213,8 @@ private:
     qint64 startMousepadWithText() {
         const QString path =
             m_session->environment().value(QStringLiteral("HOME")) + QStringLiteral("/notes.txt");
-        QFile notes(path);
-        if (!notes.open(QIODevice::WriteOnly) || notes.write("a line\n") < 0)
+        if (!writeFile(path, "a line\n"))
             return 0;
-        notes.close();
         const qint64 mousepad =
             m_session->start(QStringLiteral("mousepad"), {path},
                              variable(QStringLiteral("GDK_BACKEND"), QStringLiteral("wayland")));
@@ -247,11 +235,7 @@ private:
         return mousepad;
     }
 
-    DesktopEntryApplications m_bundles;
-    RecordingLog m_log;
-    QThreadPool m_pool;
     std::unique_ptr<GnomeShellSession> m_session;
-    std::unique_ptr<SessionWorkspace> m_workspace;
     qint64 m_foot = 0;
     qint64 m_mousepad = 0;
     qint64 m_qt = 0;

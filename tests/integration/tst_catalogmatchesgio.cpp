@@ -1,3 +1,4 @@
+#include "fakes/WriteFile.h"
 #include "models/AppCatalog.h"
 #include "platform/linux/freedesktop/DesktopEntryApplications.h"
 
@@ -127,12 +128,10 @@ private slots:
         QFETCH(QStringList, environment);
         QTemporaryDir tree;
         const QDir root(tree.path());
-        for (const auto &[path, content] : trickyTree) {
-            QFile file(
-                root.filePath(path.section('/', 0, 0) + "/applications/" + path.section('/', 1)));
-            QVERIFY(QDir().mkpath(QFileInfo(file).path()) && file.open(QIODevice::WriteOnly));
-            QCOMPARE(file.write(content), content.size());
-        }
+        for (const auto &[path, content] : trickyTree)
+            QVERIFY(writeFile(
+                root.filePath(path.section('/', 0, 0) + "/applications/" + path.section('/', 1)),
+                content));
         for (const char *name : {"XDG_CURRENT_DESKTOP", "LANGUAGE", "LC_ALL"})
             qputenv(name, environment.takeFirst().toUtf8());
         qputenv("XDG_DATA_HOME", root.filePath("user").toUtf8());
@@ -166,14 +165,12 @@ private slots:
             return QString::fromUtf8(child.readAllStandardOutput());
         };
         QCOMPARE(handler(), "none");
-        QFile mail(root.filePath("data/applications/mail.desktop"));
-        QVERIFY(mail.open(QIODevice::WriteOnly));
-        mail.write(app("MimeType=x-scheme-handler/mailto;\n"));
-        mail.close();
+        const QString mail = root.filePath("data/applications/mail.desktop");
+        QVERIFY(writeFile(mail, app("MimeType=x-scheme-handler/mailto;\n")));
         // GIO finds handlers through the cache that a package's installation updates.
         QCOMPARE(QProcess::execute("update-desktop-database", {root.filePath("data/applications")}),
                  0);
-        QCOMPARE(handler(), mail.fileName());
+        QCOMPARE(handler(), mail);
     }
 };
 

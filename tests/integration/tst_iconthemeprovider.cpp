@@ -1,3 +1,4 @@
+#include "fakes/WriteFile.h"
 #include "platform/linux/freedesktop/IconThemeProvider.h"
 
 #include <QDir>
@@ -9,12 +10,6 @@
 namespace {
 
 const QString applications = QStringLiteral("/usr/share/applications/");
-
-bool writeFile(const QString &path, const QByteArray &contents) {
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(contents) == contents.size();
-}
 
 // Whether the icon looks like the file drawn at its size by Qt's own image plugins, but for
 // rounding: they scale and antialias as the provider does, not always to the last bit.

@@ -1,3 +1,4 @@
+#include "fakes/WriteFile.h"
 #include "session/XSession.h"
 
 #include <QDir>
@@ -165,10 +166,8 @@ private slots:
         QVERIFY(QDir().mkpath(applications) && QDir().mkpath(m_root.filePath("system")));
         QVERIFY(QFile::copy("/usr/share/applications/debian-xterm.desktop",
                             applications + "/debian-xterm.desktop"));
-        QFile eyes(applications + "/xeyes.desktop");
-        QVERIFY(eyes.open(QIODevice::WriteOnly));
-        eyes.write("[Desktop Entry]\nType=Application\nName=Eyes\nExec=xeyes\n");
-        eyes.close();
+        QVERIFY(writeFile(applications + "/xeyes.desktop",
+                          "[Desktop Entry]\nType=Application\nName=Eyes\nExec=xeyes\n"));
 
         m_xterm = m_session->start("xterm");
         QVERIFY(m_xterm > 0);
@@ -227,26 +226,16 @@ private slots:
         QCOMPARE(window.item("XTerm")["checked"], false);
     }
 
-    void trayMenuListsRunningProgramsByNameAndQuitsThem() {
-        const qint64 xterm = m_session->start("xterm");
-        const qint64 eyes = m_session->start("xeyes");
-        QTRY_VERIFY_WITH_TIMEOUT(describe().rows().mid(0, 3) ==
-                                     (QStringList{"# Running", "Eyes", "XTerm"}),
+    // The panel starts after the program, as it often does at login; the walk of its menu and
+    // a quit from it come below.
+    void trayIconComesWithALatePanel() {
+        QVERIFY(m_session->start("xterm"));
+        QTRY_VERIFY_WITH_TIMEOUT(describe().rows().mid(0, 2) == (QStringList{"# Running", "XTerm"}),
                                  programStartMs);
-        // The panel starts after the program, as it often does at login.
         QVERIFY(trayIcon().isNull());
         QVERIFY(m_session->start("tint2"));
-        QPoint icon;
-        QTRY_VERIFY2_WITH_TIMEOUT(!(icon = trayIcon()).isNull(),
-                                  "tint2 holds the program's tray icon", programStartMs);
-        // The keyboard walks the menu as a screen reader user does; the focus reads each item.
-        QCOMPARE(walkTrayMenu(icon, {"Down", "Down", "Down", "Down", "Down", "Down", "Escape"}),
-                 (QStringList{"Quellory", "Running Apps", "Quit Eyes", "Quit XTerm",
-                              "Open Quellory", "Quit"}));
-        QCOMPARE(walkTrayMenu(icon, {"Down", "Down", "Down", "Return"}),
-                 (QStringList{"Quellory", "Running Apps", "Quit Eyes"}));
-        QTRY_VERIFY_WITH_TIMEOUT(!XSession::isRunning(eyes), programStartMs);
-        QVERIFY(XSession::isRunning(xterm));
+        QTRY_VERIFY2_WITH_TIMEOUT(!trayIcon().isNull(), "tint2 holds the program's tray icon",
+                                  programStartMs);
     }
 
     void closedWindowLivesInTheTrayAndComesBackOnASecondStart() {

@@ -1,37 +1,21 @@
 #include "fakes/MemoryDefaultsStore.h"
-#include "fakes/RecordingLog.h"
 #include "models/AppCatalog.h"
 #include "models/AppUsageStore.h"
 #include "models/EventLoopScheduler.h"
 #include "models/SystemClock.h"
-#include "models/WindowMonitor.h"
-#include "platform/linux/freedesktop/DesktopEntryApplications.h"
-#include "platform/linux/LinuxSession.h"
 #include "platform/linux/session/ApplicationQuitAction.h"
-#include "platform/linux/session/SessionRunningApplication.h"
-#include "platform/linux/session/SessionWorkspace.h"
+#include "session/WorkspaceFixture.h"
 #include "session/XSession.h"
 #include "views/AppsListActions.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
-#include <QDir>
-#include <QFile>
 #include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QThreadPool>
 
 using Rule = ApplicationMatcher::Rule;
 Q_DECLARE_METATYPE(Rule)
 
 namespace {
-
-constexpr int programStartMs = 15000;
-
-std::shared_ptr<SessionRunningApplication> x11(const RunningApplicationPtr &application) {
-    return std::dynamic_pointer_cast<SessionRunningApplication>(application);
-}
 
 QString bareWindow() {
     return qEnvironmentVariable("QUELLORY_TEST_BIN_DIR") + "/quellory-bare-window";
@@ -41,77 +25,40 @@ QString bareWindow() {
 
 // The workspace on a real X server with openbox, real programs and desktop entries in a private
 // XDG tree; quitting and opening go through the list's own actions.
-class X11WorkspaceTest : public QObject {
+class X11WorkspaceTest : public QObject, WorkspaceFixture {
     Q_OBJECT
 
 private:
-    QTemporaryDir m_root;
     std::unique_ptr<XSession> m_session;
-    std::unique_ptr<DesktopEntryApplications> m_bundles;
-    RecordingLog m_log;
-    QThreadPool m_pool;
-    std::unique_ptr<SessionWorkspace> m_workspace;
     MemoryDefaultsStore m_defaults;
     SystemClock m_clock;
     EventLoopScheduler m_scheduler;
     std::unique_ptr<AppUsageStore> m_usage;
     std::unique_ptr<AppsListActions> m_actions;
 
-    QString applicationsFolder() const { return m_root.filePath("data/applications"); }
-    QString writeEntry(const QString &id, const QByteArray &contents) {
-        const QString path = applicationsFolder() + '/' + id + ".desktop";
-        QFile file(path);
-        if (!file.open(QIODevice::WriteOnly) || file.write(contents) != contents.size())
-            qFatal("cannot write %s", qPrintable(path));
-        return path;
-    }
-    // The handle of a process once its windows are up, or null.
-    std::shared_ptr<SessionRunningApplication> waitForProcess(qint64 processIdentifier) {
-        RunningApplicationPtr found;
-        [[maybe_unused]] const bool isUp = QTest::qWaitFor(
-            [&] {
-                return (found = m_workspace->runningApplication(qint32(processIdentifier))) !=
-                       nullptr;
-            },
-            programStartMs);
-        return x11(found);
-    }
-    QList<RunningApplicationPtr> applicationsWithId(const QString &bundleID) {
-        QList<RunningApplicationPtr> found;
-        for (const auto &application : m_workspace->runningApplications())
-            if (application->bundleIdentifier() == bundleID)
-                found.append(application);
-        return found;
-    }
     QString activeWindow() {
         const QByteArray text = m_session->run("xprop", {"-root", "_NET_ACTIVE_WINDOW"});
         return QString::fromLatin1(text.mid(text.lastIndexOf(' ') + 1).trimmed());
     }
     static QString hex(quint64 window) { return QString::number(window, 16).prepend("0x"); }
+    static bool isPosted(const QSignalSpy &spy, const RunningApplicationPtr &application) {
+        return std::any_of(spy.begin(), spy.end(), [&](const QList<QVariant> &args) {
+            return args[0].value<RunningApplicationPtr>() == application;
+        });
+    }
 
 private slots:
     void initTestCase() {
         m_session = std::make_unique<XSession>();
         QVERIFY2(m_session->isReady(), "Xvfb and openbox start");
-        QVERIFY(m_root.isValid());
-        QVERIFY(QDir().mkpath(applicationsFolder()));
-        QVERIFY(QDir().mkpath(m_root.filePath("system")));
-        qputenv("XDG_DATA_HOME", m_root.filePath("data").toUtf8());
-        qputenv("XDG_DATA_DIRS", m_root.filePath("system").toUtf8());
-        for (const QString id : {"debian-xterm", "org.xfce.mousepad"})
-            QVERIFY(QFile::copy("/usr/share/applications/" + id + ".desktop",
-                                applicationsFolder() + '/' + id + ".desktop"));
+        QVERIFY(makeEntries({"debian-xterm", "org.xfce.mousepad"}));
         // The entry as the build writes it, with the installed program's path.
         QVERIFY(QFile::copy(qEnvironmentVariable("QUELLORY_TEST_BIN_DIR") +
                                 "/../resources/app.quellory.Quellory.desktop",
                             applicationsFolder() + "/app.quellory.Quellory.desktop"));
-        writeEntry("xeyes", "[Desktop Entry]\nType=Application\nName=Eyes\nExec=xeyes\n");
-        writeEntry("clock-app",
-                   "[Desktop Entry]\nType=Application\nName=Clock\nExec=xclock -digital\n");
-        writeEntry("logo-launcher", "[Desktop Entry]\nType=Application\nName=Logo\nExec=xlogo\n");
-
-        m_bundles = std::make_unique<DesktopEntryApplications>();
-        m_workspace = LinuxSession::workspace(*m_bundles, m_log, m_pool);
+        writeEntry("clock-app", "Name=Clock\nExec=xclock -digital\n");
+        writeEntry("logo-launcher", "Name=Logo\nExec=xlogo\n");
+        openWorkspace();
         m_usage =
             std::make_unique<AppUsageStore>(m_defaults, m_clock, m_bundles->mainBundleIdentifier());
         m_actions = std::make_unique<AppsListActions>(*m_workspace, *m_usage, *m_bundles,
@@ -133,25 +80,16 @@ private slots:
             Rule::startupWMClass);
         row("mousepad by its _GTK_APPLICATION_ID", {"mousepad"}, "org.xfce.mousepad", "Mousepad",
             Rule::statedId);
-        row("xeyes by its WM_CLASS as an ID", {"xeyes"}, "xeyes", "Eyes", Rule::wmClassAsId);
         row("xclock by its command line", {"xclock", "-digital"}, "clock-app", "Clock",
             Rule::commandLine);
-        row("a window of no installed application", {bareWindow()}, "BareWindow", "BareWindow",
-            Rule::windowClass);
     }
     void identifiesEachProgramAndQuitsItPolitely() {
         QFETCH(QStringList, command);
         QFETCH(QString, bundleID);
         QFETCH(QString, name);
         QFETCH(Rule, rule);
-        const bool hasEntry = rule != Rule::windowClass;
         QSignalSpy launches(m_workspace.get(), &Workspace::didLaunchApplication);
         QSignalSpy ends(m_workspace.get(), &Workspace::didTerminateApplication);
-        const auto isPosted = [](const QSignalSpy &spy, const RunningApplicationPtr &application) {
-            return std::any_of(spy.begin(), spy.end(), [&](const QList<QVariant> &args) {
-                return args[0].value<RunningApplicationPtr>() == application;
-            });
-        };
 
         const qint64 pid = m_session->start(command.front(), command.mid(1));
         const auto application = waitForProcess(pid);
@@ -160,21 +98,11 @@ private slots:
         QCOMPARE(application->localizedName(), name);
         QCOMPARE(application->match().rule, rule);
         QCOMPARE(application->activationPolicy(), RunningApplication::ActivationPolicy::Regular);
-        QCOMPARE(application->bundlePath().has_value(), hasEntry);
+        QVERIFY(application->bundlePath());
         QVERIFY(m_workspace->runningApplications().contains(application));
         QVERIFY(isPosted(launches, application));
 
         m_actions->quitApp(bundleID, application);
-        if (!hasEntry) {
-            // Without WM_DELETE_WINDOW, asking would have the manager destroy the window.
-            QCOMPARE(m_log.lines.size(), 2);
-            QCOMPARE(m_log.lines.front(),
-                     QString("Quellory: terminate() refused for BareWindow pid=%1").arg(pid));
-            QTest::qWait(1000);
-            QVERIFY(XSession::isRunning(pid));
-            QVERIFY(m_workspace->runningApplications().contains(application));
-            return;
-        }
         QVERIFY(m_log.lines.isEmpty());
         QTRY_VERIFY_WITH_TIMEOUT(!XSession::isRunning(pid), programStartMs);
         QTRY_VERIFY(application->isTerminated());
@@ -275,7 +203,7 @@ private slots:
         QCOMPARE(m_usage->launchCounts().value("logo-launcher"), 1);
         QTRY_VERIFY(m_actions->busyIDs().isEmpty());
         QTRY_COMPARE_WITH_TIMEOUT(applicationsWithId("logo-launcher").size(), 1, programStartMs);
-        const auto logo = x11(applicationsWithId("logo-launcher").front());
+        const auto logo = applicationsWithId("logo-launcher").front();
         QCOMPARE(logo->match().rule, Rule::launchRecord);
 
         // Another window takes the focus, then opening the entry again brings xlogo back.
@@ -295,29 +223,13 @@ private slots:
     }
 
     void openingADeletedEntryLogsTheFailure() {
-        const QString path =
-            writeEntry("gone", "[Desktop Entry]\nType=Application\nName=Gone\nExec=xlogo\n");
+        const QString path = writeEntry("gone", "Name=Gone\nExec=xlogo\n");
         QVERIFY(QFile::remove(path));
         m_actions->openApp("gone", path);
         QTRY_VERIFY(m_actions->busyIDs().isEmpty());
         QCOMPARE(m_log.lines.size(), 1);
         QVERIFY2(m_log.lines.front().startsWith("Quellory: failed to open gone: "),
                  qPrintable(m_log.lines.front()));
-    }
-
-    void programThatEndsLeavesTheListWithoutATimer() {
-        WindowMonitor monitor(*m_workspace, *m_usage, m_scheduler);
-        monitor.startObserving();
-        monitor.refresh();
-        const auto isListed = [&monitor](qint64 pid) {
-            return std::any_of(monitor.runningApps().begin(), monitor.runningApps().end(),
-                               [pid](const auto &app) { return app->processIdentifier() == pid; });
-        };
-        const qint64 pid = m_session->start("xmessage", {"-timeout", "2", "leaving soon"});
-        QTRY_VERIFY_WITH_TIMEOUT(isListed(pid), programStartMs);
-        // No refresh timer runs here: only the end notification can update the list.
-        QTRY_VERIFY_WITH_TIMEOUT(!isListed(pid), programStartMs);
-        QVERIFY(!XSession::isRunning(pid));
     }
 
     void windowManagerGoneAndBack() {
@@ -332,9 +244,40 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(m_workspace->runningApplication(qint32(other)), programStartMs);
         QVERIFY(m_session->startWindowManager());
         QTRY_VERIFY(m_workspace->runningApplications().contains(xterm));
-        QVERIFY(x11(m_workspace->runningApplication(qint32(other)))->terminate());
+        QVERIFY(handle(m_workspace->runningApplication(qint32(other)))->terminate());
         QVERIFY(xterm->terminate());
         QTRY_VERIFY_WITH_TIMEOUT(!XSession::isRunning(pid), programStartMs);
+    }
+
+    // Last, as it ends the session.
+    void serverGoneLeavesAnEmptyListAndOneLine() {
+        const auto xterm = waitForProcess(m_session->start("xterm"));
+        QVERIFY(xterm);
+        QSignalSpy ends(m_workspace.get(), &Workspace::didTerminateApplication);
+        m_log.lines.clear();
+
+        m_session.reset();
+        QTRY_COMPARE(m_log.lines.size(), 1);
+        QVERIFY2(m_log.lines.front().startsWith("Quellory: lost the connection to the X server"),
+                 qPrintable(m_log.lines.front()));
+        QVERIFY(m_workspace->runningApplications().isEmpty());
+        QVERIFY(isPosted(ends, xterm));
+        // Asking again neither crashes nor repeats itself.
+        QVERIFY(!xterm->terminate());
+        QTest::qWait(100);
+        QVERIFY(m_workspace->runningApplications().isEmpty());
+        QCOMPARE(m_log.lines.size(), 1);
+    }
+
+    void noServerAtAll() {
+        qputenv("DISPLAY", ":9999");
+        RecordingLog log;
+        const auto workspace = LinuxSession::workspace(*m_bundles, log, m_pool);
+        QVERIFY(workspace->runningApplications().isEmpty());
+        QVERIFY(!workspace->runningApplication(1));
+        QCOMPARE(log.lines.size(), 1);
+        QVERIFY2(log.lines.front().startsWith("Quellory: cannot connect to the X server"),
+                 qPrintable(log.lines.front()));
     }
 };
 

@@ -1,15 +1,15 @@
 #include "GnomeShellSession.h"
 
+#include "SessionProcesses.h"
+
 #include <csignal>
 #include <QCoreApplication>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusReply>
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
-#include <QThread>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -18,7 +18,6 @@ namespace {
 constexpr int startTimeoutMs = 30000;
 constexpr uid_t user = 65534;
 const QString extensionUuid = QStringLiteral("quellory@quellory.app");
-const QString extensionBusName = QStringLiteral("app.quellory.Quellory.Shell");
 const QString shellBusName = QStringLiteral("org.gnome.Shell");
 
 // The session bus as dbus-run-session would start it, with a socket the test can find and root,
@@ -85,16 +84,6 @@ bool isInUse(const QByteArray &mountNamespace) {
     return false;
 }
 
-template <typename Condition> bool waitUntil(Condition condition) {
-    QDeadlineTimer deadline(startTimeoutMs);
-    while (!condition()) {
-        if (deadline.hasExpired())
-            return false;
-        QThread::msleep(50);
-    }
-    return true;
-}
-
 } // namespace
 
 // The folder lies outside /tmp, which the namespace replaces with the session's own.
@@ -136,8 +125,7 @@ GnomeShellSession::GnomeShellSession(Extension extension)
                       {QStringLiteral("--mount"), QStringLiteral("--net"), QStringLiteral("--"),
                        QStringLiteral(QUELLORY_GNOME_SESSION_SCRIPT), m_folder.path(), display});
     m_isReady = m_namespace.waitForStarted() && waitForShell() &&
-                waitForExtensions(extension != Extension::absent) &&
-                (extension != Extension::enabled || enableExtension()) && findXwayland();
+                waitForExtensions(extension == Extension::installed) && findXwayland();
     // What the shell said is the one clue to why it did not come up.
     if (!m_isReady)
         qWarning("GNOME Shell did not come up:\n%s", qPrintable(readLog()));
@@ -179,16 +167,17 @@ QDBusConnection GnomeShellSession::bus() const {
 
 bool GnomeShellSession::waitForShell() {
     const QString address = m_environment.value(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"));
-    return waitUntil([&] {
-               if (m_namespace.state() == QProcess::NotRunning)
-                   return true;
-               if (!bus().isConnected()) {
-                   QDBusConnection::disconnectFromBus(m_busName);
-                   QDBusConnection::connectToBus(address, m_busName);
-               }
-               return bus().isConnected() &&
-                      bus().interface()->isServiceRegistered(shellBusName).value();
-           }) &&
+    return waitUntil(startTimeoutMs,
+                     [&] {
+                         if (m_namespace.state() == QProcess::NotRunning)
+                             return true;
+                         if (!bus().isConnected()) {
+                             QDBusConnection::disconnectFromBus(m_busName);
+                             QDBusConnection::connectToBus(address, m_busName);
+                         }
+                         return bus().isConnected() &&
+                                bus().interface()->isServiceRegistered(shellBusName).value();
+                     }) &&
            m_namespace.state() == QProcess::Running;
 }
 
@@ -200,22 +189,10 @@ bool GnomeShellSession::waitForExtensions(bool isInstalled) {
                                        QStringLiteral("org.gnome.Shell.Extensions"),
                                        QStringLiteral("GetExtensionInfo"))
         << extensionUuid;
-    return waitUntil([&] {
+    return waitUntil(startTimeoutMs, [&] {
         const QDBusReply<QVariantMap> reply = bus().call(info);
         return reply.isValid() && reply.value().isEmpty() != isInstalled;
     });
-}
-
-// A fresh shell knows the extension from the home folder but keeps it off until asked.
-bool GnomeShellSession::enableExtension() {
-    const QDBusReply<bool> enabled =
-        bus().call(QDBusMessage::createMethodCall(shellBusName, QStringLiteral("/org/gnome/Shell"),
-                                                  QStringLiteral("org.gnome.Shell.Extensions"),
-                                                  QStringLiteral("EnableExtension"))
-                   << extensionUuid);
-    return enabled.isValid() && enabled.value() && waitUntil([this] {
-               return bus().interface()->isServiceRegistered(extensionBusName).value();
-           });
 }
 
 // Xwayland takes display :0 in the session's own /tmp; its clients need the key the shell wrote.
@@ -237,20 +214,14 @@ qint64 GnomeShellSession::start(const QString &program, const QStringList &argum
     QProcessEnvironment environment = m_environment;
     environment.insert(extraEnvironment);
     // Neither tool forks: the pid started is the program's own.
-    QProcess process;
-    process.setProgram(QStringLiteral("nsenter"));
-    process.setArguments(
+    return startDetached(
+        QStringLiteral("nsenter"),
         QStringList{QStringLiteral("--target"), QString::number(m_namespace.processId()),
                     QStringLiteral("--mount"), QStringLiteral("--net"), QStringLiteral("setpriv"),
                     QStringLiteral("--reuid=65534"), QStringLiteral("--regid=65534"),
                     QStringLiteral("--clear-groups"), QStringLiteral("--"), program} +
-        arguments);
-    process.setProcessEnvironment(environment);
-    process.setStandardInputFile(QProcess::nullDevice());
-    process.setStandardOutputFile(QProcess::nullDevice());
-    process.setStandardErrorFile(QProcess::nullDevice());
-    qint64 processIdentifier = 0;
-    return process.startDetached(&processIdentifier) ? processIdentifier : 0;
+            arguments,
+        environment);
 }
 
 bool GnomeShellSession::stopShell() {
@@ -264,5 +235,5 @@ bool GnomeShellSession::stopShell() {
     // Helpers of the shell and its programs may outlive it for a moment, and would write into
     // the folder after it is gone.
     return m_namespace.waitForFinished(startTimeoutMs) &&
-           waitUntil([&] { return !isInUse(mountNamespace); });
+           waitUntil(startTimeoutMs, [&] { return !isInUse(mountNamespace); });
 }

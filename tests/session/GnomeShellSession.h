@@ -8,22 +8,22 @@
 #include <QTemporaryDir>
 
 // A headless GNOME Shell for the integration tests, on a Wayland display of its own, with
-// Quellory's shell extension installed in its user's home and enabled. The shell and the
+// Quellory's shell extension installed in its user's home, or not. The shell and the
 // programs a test starts in it run as an unprivileged user in a private mount and network
 // namespace (their own /tmp, a private system bus, no logind); the test reaches the session bus,
 // which lets root in, through bus(). Programs' output goes to /dev/null; they end when they are
 // asked to, or with the shell.
 class GnomeShellSession {
 public:
-    // How far the extension is set up when the shell starts.
-    enum class Extension { absent, installed, enabled };
+    // Whether the extension is installed, off as a fresh install leaves it, when the shell starts.
+    enum class Extension { absent, installed };
 
-    explicit GnomeShellSession(Extension extension = Extension::enabled);
+    explicit GnomeShellSession(Extension extension);
     ~GnomeShellSession();
     GnomeShellSession(const GnomeShellSession &) = delete;
     GnomeShellSession &operator=(const GnomeShellSession &) = delete;
 
-    // The shell runs, and the extension's interface is on the bus if it was to be enabled.
+    // The shell runs, and knows of the extension if it is installed.
     bool isReady() const { return m_isReady; }
     QDBusConnection bus() const;
     // The environment a program of the session sees, X11 programs on Xwayland included.
@@ -40,7 +40,6 @@ private:
     bool prepareFolder(Extension extension);
     bool waitForShell();
     bool waitForExtensions(bool isInstalled);
-    bool enableExtension();
     bool findXwayland();
     QString readLog() const;
 

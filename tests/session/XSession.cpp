@@ -1,5 +1,7 @@
 #include "XSession.h"
 
+#include "SessionProcesses.h"
+
 #include <algorithm>
 #include <memory>
 #include <QDeadlineTimer>
@@ -61,13 +63,7 @@ bool managesNewWindows() {
 }
 
 bool waitFor(XSession &session, bool isRunning) {
-    QDeadlineTimer deadline(startTimeoutMs);
-    while (hasWindowManager(session) != isRunning) {
-        if (deadline.hasExpired())
-            return false;
-        QThread::msleep(50);
-    }
-    return true;
+    return waitUntil(startTimeoutMs, [&] { return hasWindowManager(session) == isRunning; });
 }
 
 } // namespace
@@ -104,15 +100,8 @@ XSession::~XSession() {
 }
 
 bool XSession::startWindowManager() {
-    if (!start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")}) ||
-        !waitFor(*this, true))
-        return false;
-    QDeadlineTimer deadline(startTimeoutMs);
-    while (!managesNewWindows()) {
-        if (deadline.hasExpired())
-            return false;
-    }
-    return true;
+    return start(QStringLiteral("openbox"), {QStringLiteral("--sm-disable")}) &&
+           waitFor(*this, true) && waitUntil(startTimeoutMs, managesNewWindows, 0);
 }
 
 bool XSession::stopWindowManager() {
@@ -124,15 +113,7 @@ qint64 XSession::start(const QString &program, const QStringList &arguments,
                        const QProcessEnvironment &extraEnvironment) {
     QProcessEnvironment environment = m_environment;
     environment.insert(extraEnvironment);
-    QProcess process;
-    process.setProgram(program);
-    process.setArguments(arguments);
-    process.setProcessEnvironment(environment);
-    process.setStandardInputFile(QProcess::nullDevice());
-    process.setStandardOutputFile(QProcess::nullDevice());
-    process.setStandardErrorFile(QProcess::nullDevice());
-    qint64 processIdentifier = 0;
-    return process.startDetached(&processIdentifier) ? processIdentifier : 0;
+    return startDetached(program, arguments, environment);
 }
 
 QByteArray XSession::run(const QString &program, const QStringList &arguments) {

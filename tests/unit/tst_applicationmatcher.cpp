@@ -1,3 +1,4 @@
+#include "fakes/WriteFile.h"
 #include "platform/linux/session/ApplicationMatcher.h"
 
 #include <QDir>
@@ -38,10 +39,8 @@ private:
     QTemporaryDir m_root;
     QString folder(const QString &name) const { return m_root.filePath(name); }
     void write(const QString &folderName, const QString &file, const QByteArray &contents) {
-        QDir().mkpath(QFileInfo(folder(folderName) + '/' + file).path());
-        QFile out(folder(folderName) + '/' + file);
-        QVERIFY(out.open(QIODevice::WriteOnly));
-        out.write("[Desktop Entry]\nType=Application\n" + contents);
+        QVERIFY(writeFile(folder(folderName) + '/' + file,
+                          "[Desktop Entry]\nType=Application\n" + contents));
     }
     DesktopEntryIndex index() const {
         DesktopEntryIndex entries({{folder("user"), false}, {folder("system"), true}});
@@ -51,18 +50,13 @@ private:
 
     // Qt 5's tools beside Qt 6's of the same names, a link, a wrapper script and a launcher.
     void writePrograms() {
-        QVERIFY(QDir(m_root.path()).mkpath("qt5") && QDir(m_root.path()).mkpath("qt6") &&
-                QDir(m_root.path()).mkpath("bin"));
         const QString root = QFileInfo(m_root.path()).canonicalFilePath();
         for (const char *name : {"qt5/designer", "qt5/linguist", "qt6/designer", "qt6/linguist",
-                                 "qt6/assistant", "bin/launcher"}) {
-            QFile program(root + '/' + name);
-            QVERIFY(program.open(QIODevice::WriteOnly) && program.write("\x7f"
-                                                                        "ELF") == 4);
-        }
-        QFile script(root + "/bin/assistant");
-        QVERIFY(script.open(QIODevice::WriteOnly));
-        script.write("#!/bin/sh\nexec " + root.toUtf8() + "/qt6/assistant \"$@\"\n");
+                                 "qt6/assistant", "bin/launcher"})
+            QVERIFY(writeFile(root + '/' + name, "\x7f"
+                                                 "ELF"));
+        QVERIFY(writeFile(root + "/bin/assistant",
+                          "#!/bin/sh\nexec " + root.toUtf8() + "/qt6/assistant \"$@\"\n"));
         QVERIFY(QFile::link(root + "/qt5/linguist", root + "/bin/linguist"));
         const auto entry = [&root](const char *name, const char *program, const char *wmClass) {
             return QStringLiteral("Name=%1\nExec=%2/%3 %F\nStartupWMClass=%4\n")
@@ -199,10 +193,8 @@ private slots:
         write("user", "broken.desktop", "Name=Broken\n[unterminated group\n");
         QVERIFY(
             QFile::link(folder("system") + "/player.desktop", folder("user") + "/loop.desktop"));
-        QFile big(folder("user") + "/huge.desktop");
-        QVERIFY(big.open(QIODevice::WriteOnly));
-        QVERIFY(big.write(QByteArray("[Desktop Entry]\nName=Huge\n") + QByteArray(2 << 20, '#')));
-        big.close();
+        QVERIFY(writeFile(folder("user") + "/huge.desktop",
+                          QByteArray("[Desktop Entry]\nName=Huge\n") + QByteArray(2 << 20, '#')));
         const DesktopEntryIndex entries = index();
         QVERIFY(!entries.byId("broken"));
         QVERIFY(!entries.byId("huge"));

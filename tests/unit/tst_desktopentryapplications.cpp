@@ -1,3 +1,4 @@
+#include "fakes/WriteFile.h"
 #include "platform/linux/freedesktop/DesktopEntryApplications.h"
 
 #include <QDir>
@@ -17,9 +18,8 @@ private slots:
         const QString folder = dir.filePath("applications");
         // A shown application entry in the folder, with one more line.
         const auto write = [&folder](const QString &name, const QByteArray &line) {
-            QFile file(folder + '/' + name);
-            return QDir().mkpath(QFileInfo(file).path()) && file.open(QIODevice::WriteOnly) &&
-                   file.write("[Desktop Entry]\nType=Application\nName=N\n" + line + '\n') > 0;
+            return writeFile(folder + '/' + name,
+                             "[Desktop Entry]\nType=Application\nName=N\n" + line + '\n');
         };
         // The system's settings and tools are its utilities, its terminals not.
         QVERIFY(write("top.desktop", "Categories=GTK;Settings;") &&

@@ -1,4 +1,5 @@
 #include "fakes/FifoReaderGuard.h"
+#include "fakes/WriteFile.h"
 #include "platform/linux/freedesktop/IconThemeProvider.h"
 
 #include <QBuffer>
@@ -11,12 +12,6 @@
 namespace {
 
 constexpr int iconSize = 32;
-
-bool write(const QString &path, const QByteArray &contents) {
-    QFile file(path);
-    return QDir().mkpath(QFileInfo(path).path()) && file.open(QIODevice::WriteOnly) &&
-           file.write(contents) == contents.size();
-}
 
 QByteArray pngOf(QColor color) {
     QImage image(16, 16, QImage::Format_ARGB32);
@@ -42,7 +37,8 @@ private:
     QString icons() const { return m_root.filePath("icons"); }
     QString entry(const QString &name, const QString &icon) {
         const QString path = m_root.filePath("applications/" + name + ".desktop");
-        if (!write(path, "[Desktop Entry]\nType=Application\nName=N\nIcon=" + icon.toUtf8() + '\n'))
+        if (!writeFile(path,
+                       "[Desktop Entry]\nType=Application\nName=N\nIcon=" + icon.toUtf8() + '\n'))
             qFatal("cannot write %s", qPrintable(path));
         return path;
     }
@@ -64,13 +60,13 @@ private:
 private slots:
     void initTestCase() {
         QVERIFY(m_root.isValid());
-        QVERIFY(write(icons() + "/hicolor/index.theme",
-                      "[Icon Theme]\nName=Hicolor\nDirectories=32x32/apps\n"
-                      "[32x32/apps]\nSize=32\nType=Fixed\n"));
-        QVERIFY(
-            write(icons() + "/hicolor/32x32/apps/application-x-executable.png", pngOf(Qt::green)));
-        QVERIFY(write(icons() + "/piped/index.theme",
-                      "[Icon Theme]\nName=Piped\nDirectories=apps\n[apps]\nSize=32\n"));
+        QVERIFY(writeFile(icons() + "/hicolor/index.theme",
+                          "[Icon Theme]\nName=Hicolor\nDirectories=32x32/apps\n"
+                          "[32x32/apps]\nSize=32\nType=Fixed\n"));
+        QVERIFY(writeFile(icons() + "/hicolor/32x32/apps/application-x-executable.png",
+                          pngOf(Qt::green)));
+        QVERIFY(writeFile(icons() + "/piped/index.theme",
+                          "[Icon Theme]\nName=Piped\nDirectories=apps\n[apps]\nSize=32\n"));
     }
 
     void extremeIndexValuesNeitherOverflowNorHideIcons() {
@@ -89,9 +85,9 @@ private slots:
         for (const auto &[name, keys] : directories) {
             index += name + ',';
             sections += '[' + name + "]\n" + keys + '\n';
-            QVERIFY(write(icons() + "/extreme/" + name + "/app.png", pngOf(Qt::red)));
+            QVERIFY(writeFile(icons() + "/extreme/" + name + "/app.png", pngOf(Qt::red)));
         }
-        QVERIFY(write(icons() + "/extreme/index.theme", index + '\n' + sections));
+        QVERIFY(writeFile(icons() + "/extreme/index.theme", index + '\n' + sections));
 
         const IconThemeProvider provider("extreme", {icons()});
         const QImage icon = iconWithin(provider, entry("extreme", "app"));

@@ -1,4 +1,5 @@
 #include "fakes/VirtualTime.h"
+#include "fakes/WriteFile.h"
 #include "models/AppUsageStore.h"
 #include "platform/linux/freedesktop/SettingsFileDefaultsStore.h"
 
@@ -15,10 +16,8 @@ private slots:
         QStandardPaths::setTestModeEnabled(true); // never the developer's own file
         QFile file(QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation) +
                    "/app.quellory.Quellory/Quellory.conf");
-        QVERIFY(QDir().mkpath(QFileInfo(file).path()) && file.open(QIODevice::WriteOnly));
-        file.write("[General]\nappUsage.launchCounts=@ByteArray(not json)\n"
-                   "appUsage.lastLaunch=garbage\n");
-        file.close();
+        QVERIFY(writeFile(file.fileName(), "[General]\nappUsage.launchCounts=@ByteArray(not json)\n"
+                                           "appUsage.lastLaunch=garbage\n"));
         VirtualTime time;
         QHash<QString, double> scores;
         {

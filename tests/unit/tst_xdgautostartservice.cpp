@@ -1,4 +1,5 @@
 #include "fakes/FifoReaderGuard.h"
+#include "fakes/WriteFile.h"
 #include "platform/linux/freedesktop/XdgAutostartService.h"
 
 #include <QCoreApplication>
@@ -17,12 +18,6 @@ Q_DECLARE_METATYPE(Status)
 namespace {
 
 const QString entryName = QStringLiteral("app.quellory.Quellory.desktop");
-
-bool write(const QString &path, const QByteArray &content) {
-    QFile file(path);
-    return QDir().mkpath(QFileInfo(path).path()) && file.open(QIODevice::WriteOnly) &&
-           file.write(content) == content.size();
-}
 
 QByteArray read(const QString &path) {
     QFile file(path);
@@ -57,7 +52,7 @@ private slots:
         // installed only here.
         QVERIFY(m_dataHome.isValid());
         m_installedEntry = m_dataHome.filePath("applications/" + entryName);
-        QVERIFY(write(m_installedEntry, "[Desktop Entry]\nType=Application\nName=Quellory\n"));
+        QVERIFY(writeFile(m_installedEntry, "[Desktop Entry]\nType=Application\nName=Quellory\n"));
         qputenv("XDG_DATA_HOME", QFile::encodeName(m_dataHome.path()));
         qputenv("XDG_DATA_DIRS", QFile::encodeName(m_dataHome.filePath("nothing")));
     }
@@ -67,7 +62,7 @@ private slots:
         // Characters that an Exec line must quote or escape. (GIO refuses a program whose path
         // holds a percent sign before it would expand the escape.)
         const QString program = folder.filePath("it's \"my\" $HOME `x` \\ (1) ~&;*?#<>|/start");
-        QVERIFY(write(program, "#!/bin/sh\ntouch \"$0.started\"\n"));
+        QVERIFY(writeFile(program, "#!/bin/sh\ntouch \"$0.started\"\n"));
         QVERIFY(QFile::setPermissions(program, QFile::ReadOwner | QFile::ExeOwner));
         const QString path = folder.filePath("autostart/" + entryName);
         XdgAutostartService service(path, XdgAutostartService::execLine(program));
@@ -108,7 +103,7 @@ private slots:
         QFETCH(Status, status);
         QTemporaryDir folder;
         const QString path = folder.filePath(entryName);
-        QVERIFY(write(path, content));
+        QVERIFY(writeFile(path, content));
         XdgAutostartService service(path, "quellory-now");
         QCOMPARE(service.status(), status);
 
@@ -129,7 +124,7 @@ private slots:
         QTemporaryDir folder;
         const QString path = folder.filePath(entryName);
         const QByteArray turnedOff = "[Desktop Entry]\nExec=quellory\nHidden=true\n";
-        QVERIFY(write(path, turnedOff));
+        QVERIFY(writeFile(path, turnedOff));
         // A second name for the old file shows whether it was rewritten in place.
         const QString oldFile = folder.filePath("old");
         QCOMPARE(
@@ -154,7 +149,7 @@ private slots:
 
         const QString target = folder.filePath("target");
         const QByteArray keep = "the user's own file";
-        QVERIFY(write(target, keep) && QFile::remove(path) && QFile::link(target, path));
+        QVERIFY(writeFile(target, keep) && QFile::remove(path) && QFile::link(target, path));
         QCOMPARE(service.registerService(), std::nullopt);
         QCOMPARE(read(target), keep);
         QVERIFY(!QFileInfo(path).isSymLink());
@@ -163,7 +158,7 @@ private slots:
 
     void aFolderThatCannotBeMadeIsReported() {
         QTemporaryDir folder;
-        QVERIFY(write(folder.filePath("autostart"), "a file where the folder should be"));
+        QVERIFY(writeFile(folder.filePath("autostart"), "a file where the folder should be"));
         XdgAutostartService service(folder.filePath("autostart/" + entryName), "quellory");
         const std::optional<QString> error = service.registerService();
         QVERIFY(error && !error->isEmpty());
@@ -184,7 +179,7 @@ private slots:
     }
     void theUsersEntryStartsTheProgramAsInstalled() {
         QFETCH(QByteArray, installedEntry);
-        QVERIFY(write(m_installedEntry, installedEntry));
+        QVERIFY(writeFile(m_installedEntry, installedEntry));
         QTemporaryDir configHome;
         qputenv("XDG_CONFIG_HOME", QFile::encodeName(configHome.path()));
         XdgAutostartService service;

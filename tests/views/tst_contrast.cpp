@@ -58,29 +58,11 @@ QPalette lightPalette() {
     return QStyleFactory::create("Fusion")->standardPalette();
 }
 
-// A dark theme as desktops ship it: light text on dark grey, a blue accent.
+// A dark theme: Qt derives the shades and the text from the button and window colours; a
+// placeholder as faint as themes make it.
 QPalette darkPalette() {
-    QPalette dark;
-    const auto set = [&dark](QPalette::ColorRole role, QColor color) {
-        dark.setColor(QPalette::All, role, color);
-    };
-    set(QPalette::Window, QColor(0x2b, 0x2b, 0x2b));
-    set(QPalette::WindowText, QColor(0xee, 0xee, 0xee));
-    set(QPalette::Base, QColor(0x1e, 0x1e, 0x1e));
-    set(QPalette::AlternateBase, QColor(0x33, 0x33, 0x33));
-    set(QPalette::Text, QColor(0xee, 0xee, 0xee));
-    set(QPalette::Button, QColor(0x35, 0x35, 0x35));
-    set(QPalette::ButtonText, QColor(0xee, 0xee, 0xee));
-    set(QPalette::Light, QColor(0x4a, 0x4a, 0x4a));
-    set(QPalette::Midlight, QColor(0x3e, 0x3e, 0x3e));
-    set(QPalette::Mid, QColor(0x24, 0x24, 0x24));
-    set(QPalette::Dark, QColor(0x1a, 0x1a, 0x1a));
-    set(QPalette::Shadow, QColor(0x0a, 0x0a, 0x0a));
-    set(QPalette::Highlight, QColor(0x2a, 0x82, 0xda));
-    set(QPalette::HighlightedText, QColor(0xff, 0xff, 0xff));
-    set(QPalette::PlaceholderText, QColor(0xee, 0xee, 0xee, 0x80));
-    set(QPalette::ToolTipBase, QColor(0x35, 0x35, 0x35));
-    set(QPalette::ToolTipText, QColor(0xee, 0xee, 0xee));
+    QPalette dark(QColor(0x35, 0x35, 0x35), QColor(0x2b, 0x2b, 0x2b));
+    dark.setColor(QPalette::PlaceholderText, QColor(0xee, 0xee, 0xee, 0x80));
     return dark;
 }
 
