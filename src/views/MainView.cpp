@@ -26,18 +26,6 @@ namespace {
 
 constexpr int crossFadeMs = 250;
 
-// A gear from the icon theme; without one the button shows its text. Full-colour icons come
-// first: Qt draws symbolic ones in their own grey, which vanishes on a dark toolbar.
-QIcon settingsIcon() {
-    for (const char *name : {"preferences-system", "emblem-system", "preferences-system-symbolic",
-                             "emblem-system-symbolic"}) {
-        const QIcon icon = QIcon::fromTheme(QString::fromLatin1(name));
-        if (!icon.isNull())
-            return icon;
-    }
-    return {};
-}
-
 // How long the search field's cursor blinks after the last input.
 constexpr int searchBlinkMs = 10000;
 
@@ -71,6 +59,18 @@ MainView::MainView(const ViewEnvironment &environment, QWidget *parent)
     setTabOrder(m_search, m_settingsButton);
     setTabOrder(m_settingsButton, m_list->selectionBar()->actionButton());
     setTabOrder(m_list->selectionBar()->actionButton(), m_list->listView());
+}
+
+// Full-colour icons come first: Qt draws symbolic ones in their own grey, which vanishes on a
+// dark toolbar.
+QIcon MainView::settingsIcon() {
+    for (const char *name : {"preferences-system", "emblem-system", "preferences-system-symbolic",
+                             "emblem-system-symbolic"}) {
+        const QIcon icon = QIcon::fromTheme(QString::fromLatin1(name));
+        if (!icon.isNull())
+            return icon;
+    }
+    return {};
 }
 
 QWidget *MainView::makeToolbar() {

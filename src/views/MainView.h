@@ -36,6 +36,9 @@ public:
     // The size a window of this size is corrected to.
     static QSize correctedSize(QSize size);
 
+    // The toolbar's gear from the icon theme; null without one, and the button shows its text.
+    static QIcon settingsIcon();
+
     QSize sizeHint() const override { return idealSize; }
 
 protected:
