@@ -33,7 +33,6 @@ constexpr int searchBlinkMs = 10000;
 
 MainView::MainView(const ViewEnvironment &environment, QWidget *parent)
     : QWidget(parent), m_environment(environment), m_search(new QLineEdit(this)),
-      m_settingsPopover(new SettingsPopoverView(environment.settings, environment.bundles, this)),
       m_content(new QStackedWidget(this)), m_loading(new LaunchLoadingView(m_content)),
       m_list(new AppsListView(environment.monitor, environment.catalog, environment.usage,
                               environment.icons, environment.actions, environment.bundles,
@@ -51,8 +50,6 @@ MainView::MainView(const ViewEnvironment &environment, QWidget *parent)
 
     connect(m_search, &QLineEdit::textChanged, m_list, &AppsListView::setSearchText);
     connect(&environment.catalog, &AppCatalog::isLoadingChanged, this, &MainView::showContent);
-    connect(m_settingsPopover, &SettingsPopoverView::hidden, this,
-            [this] { setShowSettings(false); });
     m_content->setCurrentWidget(environment.catalog.isLoading() ? static_cast<QWidget *>(m_loading)
                                                                 : m_list);
     // Tab goes as the eye does: the search, the settings button beside it, then the list.
@@ -120,9 +117,21 @@ void MainView::setShowSettings(bool show) {
         return;
     m_showSettings = show;
     if (show)
-        m_settingsPopover->popUp(m_settingsButton);
-    else
+        settingsPopover()->popUp(m_settingsButton);
+    else if (m_settingsPopover)
         m_settingsPopover->hide();
+}
+
+// Made when first asked for: it asks the desktop for a mail program, which the window does not
+// need to appear.
+SettingsPopoverView *MainView::settingsPopover() {
+    if (!m_settingsPopover) {
+        m_settingsPopover =
+            new SettingsPopoverView(m_environment.settings, m_environment.bundles, this);
+        connect(m_settingsPopover, &SettingsPopoverView::hidden, this,
+                [this] { setShowSettings(false); });
+    }
+    return m_settingsPopover;
 }
 
 void MainView::showEvent(QShowEvent *event) {

@@ -47,11 +47,12 @@ protected:
 private:
     QWidget *makeToolbar();
     void showContent();
+    SettingsPopoverView *settingsPopover();
 
     ViewEnvironment m_environment;
     QLineEdit *m_search;
     QToolButton *m_settingsButton = nullptr;
-    SettingsPopoverView *m_settingsPopover;
+    SettingsPopoverView *m_settingsPopover = nullptr;
     QStackedWidget *m_content;
     LaunchLoadingView *m_loading;
     AppsListView *m_list;
