@@ -36,8 +36,6 @@ void QuelloryApp::useDesktopIcons(const QString &desktopThemeName) {
     if (QIcon::themeName().isEmpty())
         QIcon::setThemeName(desktopThemeName);
     QIcon::setFallbackThemeName(QStringLiteral("Adwaita"));
-    QApplication::setWindowIcon(QIcon::fromTheme(
-        AppCatalog::builtInBundleIdentifier, QIcon(QStringLiteral(":/app.quellory.Quellory.svg"))));
 }
 
 // Desktops with a global menu show it in their top bar; elsewhere it is the window's menu bar.
@@ -82,6 +80,10 @@ void QuelloryApp::finishLaunching() {
         return;
     m_hasFinishedLaunching = true;
     m_window.removeEventFilter(this);
+    // The task bar's icon, drawn from the SVG at every size X11 passes on: the first frame does
+    // not show it, and Qt hands it to the shown window.
+    QApplication::setWindowIcon(QIcon::fromTheme(
+        AppCatalog::builtInBundleIdentifier, QIcon(QStringLiteral(":/app.quellory.Quellory.svg"))));
     emit firstPainted();
     m_appDelegate.applicationDidFinishLaunching();
 }
