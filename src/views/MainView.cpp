@@ -75,11 +75,10 @@ QWidget *MainView::makeToolbar() {
     toolbar->setBackgroundRole(QPalette::Window);
     m_search->setPlaceholderText(tr("Search apps"));
     m_search->setAccessibleName(tr("Search apps"));
-    m_search->setClearButtonEnabled(true);
+    // The clear button shows only over text; Qt draws its icon as it is added.
+    connect(m_search, &QLineEdit::textChanged, this, &MainView::addClearButton,
+            Qt::SingleShotConnection);
     new CursorBlinkLimit(m_search, searchBlinkMs);
-    // Qt's button has a picture and no name; a screen reader would read nothing.
-    for (QToolButton *button : m_search->findChildren<QToolButton *>())
-        button->setAccessibleName(tr("Clear search"));
     auto *find = new QShortcut(QKeySequence::Find, this);
     connect(find, &QShortcut::activated, m_search, [this] {
         m_search->setFocus(Qt::ShortcutFocusReason);
@@ -106,6 +105,13 @@ QWidget *MainView::makeToolbar() {
     row->addWidget(m_search, 1);
     row->addWidget(m_settingsButton);
     return toolbar;
+}
+
+void MainView::addClearButton() {
+    m_search->setClearButtonEnabled(true);
+    // Qt's button has a picture and no name; a screen reader would read nothing.
+    for (QToolButton *button : m_search->findChildren<QToolButton *>())
+        button->setAccessibleName(tr("Clear search"));
 }
 
 QString MainView::searchText() const {

@@ -46,6 +46,7 @@ protected:
 
 private:
     QWidget *makeToolbar();
+    void addClearButton();
     void showContent();
     SettingsPopoverView *settingsPopover();
 
