@@ -33,14 +33,10 @@ constexpr int searchBlinkMs = 10000;
 
 MainView::MainView(const ViewEnvironment &environment, QWidget *parent)
     : QWidget(parent), m_environment(environment), m_search(new QLineEdit(this)),
-      m_content(new QStackedWidget(this)), m_loading(new LaunchLoadingView(m_content)),
-      m_list(new AppsListView(environment.monitor, environment.catalog, environment.usage,
-                              environment.icons, environment.actions, environment.bundles,
-                              m_content)) {
+      m_content(new QStackedWidget(this)), m_loading(new LaunchLoadingView(m_content)) {
     setMinimumSize(minimumSize);
     setMaximumSize(maximumSize);
     m_content->addWidget(m_loading);
-    m_content->addWidget(m_list);
 
     auto *layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -48,14 +44,27 @@ MainView::MainView(const ViewEnvironment &environment, QWidget *parent)
     layout->addWidget(makeToolbar());
     layout->addWidget(m_content, 1);
 
-    connect(m_search, &QLineEdit::textChanged, m_list, &AppsListView::setSearchText);
     connect(&environment.catalog, &AppCatalog::isLoadingChanged, this, &MainView::showContent);
-    m_content->setCurrentWidget(environment.catalog.isLoading() ? static_cast<QWidget *>(m_loading)
-                                                                : m_list);
     // Tab goes as the eye does: the search, the settings button beside it, then the list.
     setTabOrder(m_search, m_settingsButton);
+    if (!environment.catalog.isLoading())
+        m_content->setCurrentWidget(list());
+}
+
+// Made once the catalog has loaded: the placeholder stands in its place until then, and the
+// window's first paint does not wait for it. The search typed meanwhile carries over.
+AppsListView *MainView::list() {
+    if (m_list)
+        return m_list;
+    m_list = new AppsListView(m_environment.monitor, m_environment.catalog, m_environment.usage,
+                              m_environment.icons, m_environment.actions, m_environment.bundles,
+                              m_content);
+    m_content->addWidget(m_list);
+    m_list->setSearchText(m_search->text());
+    connect(m_search, &QLineEdit::textChanged, m_list, &AppsListView::setSearchText);
     setTabOrder(m_settingsButton, m_list->selectionBar()->actionButton());
     setTabOrder(m_list->selectionBar()->actionButton(), m_list->listView());
+    return m_list;
 }
 
 // Full-colour icons come first: Qt draws symbolic ones in their own grey, which vanishes on a
@@ -147,9 +156,9 @@ void MainView::showEvent(QShowEvent *event) {
 }
 
 void MainView::showContent() {
-    if (m_environment.catalog.isLoading() || m_content->currentWidget() == m_list)
+    if (m_environment.catalog.isLoading() || (m_list && m_content->currentWidget() == m_list))
         return;
-    m_content->setCurrentWidget(m_list);
+    m_content->setCurrentWidget(list());
     // The list fades in over the placeholder's place; the effect goes once it has, since it
     // would make every later repaint of the list go through an offscreen buffer.
     auto *fade = new QGraphicsOpacityEffect(m_list);

@@ -49,6 +49,7 @@ private:
     void addClearButton();
     void showContent();
     SettingsPopoverView *settingsPopover();
+    AppsListView *list();
 
     ViewEnvironment m_environment;
     QLineEdit *m_search;
@@ -56,6 +57,6 @@ private:
     SettingsPopoverView *m_settingsPopover = nullptr;
     QStackedWidget *m_content;
     LaunchLoadingView *m_loading;
-    AppsListView *m_list;
+    AppsListView *m_list = nullptr;
     bool m_showSettings = false;
 };
