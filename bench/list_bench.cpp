@@ -2,9 +2,10 @@
 // offscreen platform: typing one more character into the search (the sections recomposed alone,
 // and recomposed and repainted), clearing the search, an application that ends or starts, each
 // until the list is recomposed and repainted. The baseline is repainting the same list with
-// nothing changed. Then starts the whole window, and a bare Qt window the same way, in fresh
-// processes, until each has painted, with the memory each has used by then. Prints medians over
-// several rounds.
+// nothing changed. Then starts the whole window, a bare Qt window and a bare one with a line of
+// text and a themed icon the same way, in fresh processes, until each has painted, with the
+// memory each has used by then and the share of it that application icons hold. Prints medians
+// over several rounds.
 
 #include "app/QuelloryApp.h"
 #include "BenchFigures.h"
@@ -16,14 +17,18 @@
 #include "platform/linux/freedesktop/IconThemeProvider.h"
 #include "views/AppsListActions.h"
 #include "views/AppsListView.h"
+#include "views/MainView.h"
 #include "views/ViewEnvironment.h"
 
 #include <chrono>
 #include <cstdio>
+#include <functional>
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QIcon>
 #include <QListView>
+#include <QPainter>
 #include <QProcess>
 #include <QTimer>
 #include <vector>
@@ -34,6 +39,8 @@ constexpr int installedCount = 1000;
 constexpr int runningCount = 30;
 constexpr int rounds = 30;
 constexpr int startRounds = 11;
+// How long after its first paint a started window is left to do what it put off until then.
+constexpr int settleMs = 500;
 const QString firstPaintArgument = QStringLiteral("--first-paint");
 const QStringList typed{"s", "st", "stu", "stud"};
 
@@ -88,13 +95,24 @@ double peakMegabytes() {
     return -1;
 }
 
+// The bytes that the cached icons of the installed applications hold.
+double iconMegabytes(const SimulatedSession &session) {
+    qsizetype bytes = 0;
+    for (int index = 0; index < installedCount; ++index)
+        bytes += session.icons.cachedIcon(SimulatedSession::pathOf(idOf(index))).sizeInBytes();
+    return double(bytes) / (1024 * 1024);
+}
+
 // Reports once the window's first paint is done and the event loop is back: the line the
-// parent process waits for, with the peak memory until then and the milliseconds the process
-// spent on setting up a simulation, which the parent leaves out.
+// parent process waits for, with the peak memory until then, the milliseconds the process
+// spent on setting up a simulation, which the parent leaves out, and the icons' memory. A
+// second line gives the peak memory once the work put off until after the paint has run.
 class FirstPaintReporter final : public QObject {
 public:
-    explicit FirstPaintReporter(QWidget &window, double simulationMilliseconds = 0)
-        : m_simulationMilliseconds(simulationMilliseconds) {
+    explicit FirstPaintReporter(QWidget &window, double simulationMilliseconds = 0,
+                                std::function<double()> iconMegabytes = {})
+        : m_simulationMilliseconds(simulationMilliseconds),
+          m_iconMegabytes(std::move(iconMegabytes)) {
         window.installEventFilter(this);
     }
 
@@ -103,7 +121,12 @@ protected:
         if (event->type() == QEvent::Paint && !m_hasPainted) {
             m_hasPainted = true;
             QTimer::singleShot(0, [this] {
-                std::printf("painted %f %f\n", peakMegabytes(), m_simulationMilliseconds);
+                std::printf("painted %f %f %f\n", peakMegabytes(), m_simulationMilliseconds,
+                            m_iconMegabytes ? m_iconMegabytes() : 0.0);
+                std::fflush(stdout);
+            });
+            QTimer::singleShot(settleMs, [] {
+                std::printf("settled %f\n", peakMegabytes());
                 std::fflush(stdout);
                 QCoreApplication::exit(0);
             });
@@ -113,6 +136,7 @@ protected:
 
 private:
     double m_simulationMilliseconds;
+    std::function<double()> m_iconMegabytes;
     bool m_hasPainted = false;
 };
 
@@ -135,9 +159,11 @@ int paintWholeWindow() {
     FakeUpdater updater;
     QuelloryApp app(ViewEnvironment{settings, session.monitor, session.catalog, session.usage,
                                     session.icons, actions, session.bundles},
-                    session.workspace, scheduler, updater, false);
-    FirstPaintReporter reporter(app.mainWindow(), simulationMilliseconds);
+                    session.workspace, scheduler, updater);
     app.start();
+    // Watching from here on, it reports before what the window waits to start after its paint.
+    FirstPaintReporter reporter(app.mainWindow(), simulationMilliseconds,
+                                [&session] { return iconMegabytes(session); });
     return QApplication::exec();
 }
 
@@ -150,9 +176,32 @@ int paintBareWindow() {
     return QApplication::exec();
 }
 
+// One line of text and the toolbar's icon from the desktop's theme, in a window of the same
+// size: what any program that shows text and a themed icon pays to appear.
+class TextWindow final : public QWidget {
+protected:
+    void paintEvent(QPaintEvent *) override {
+        QPainter painter(this);
+        MainView::settingsIcon().paint(&painter, QRect(8, 8, 24, 24));
+        painter.drawText(QPoint(40, 26), QStringLiteral("Search apps"));
+    }
+};
+
+int paintTextWindow() {
+    QIcon::setThemeName(IconThemeProvider::desktopThemeName());
+    QIcon::setFallbackThemeName(QStringLiteral("Adwaita"));
+    TextWindow window;
+    window.resize(QuelloryApp::defaultSize);
+    FirstPaintReporter reporter(window);
+    window.show();
+    return QApplication::exec();
+}
+
 struct Start {
     double milliseconds = -1;
     double peakMegabytes = -1;
+    double iconMegabytes = -1;
+    double settledPeakMegabytes = -1;
 };
 
 // Starts this program again to paint one kind of window; times it from the start of the
@@ -170,25 +219,46 @@ Start timeStart(const QString &kind) {
     if (fields.value(0) == "painted") {
         start.milliseconds = elapsed - fields.value(2).toDouble();
         start.peakMegabytes = fields.value(1).toDouble();
+        start.iconMegabytes = fields.value(3).toDouble();
     }
+    if (child.canReadLine() || child.waitForReadyRead(30000))
+        start.settledPeakMegabytes = child.readLine().simplified().split(' ').value(1).toDouble();
     child.waitForFinished(30000);
     return start;
 }
 
 void printStarts() {
-    std::vector<double> window, bare, windowMemory, bareMemory;
+    const QStringList kinds{"window", "bare", "text"};
+    std::vector<std::vector<double>> milliseconds(kinds.size()), memory(kinds.size());
+    std::vector<double> icons, settledMemory;
     for (int round = 0; round < startRounds; ++round) {
-        const Start whole = timeStart(QStringLiteral("window"));
-        const Start plain = timeStart(QStringLiteral("bare"));
-        window.push_back(whole.milliseconds);
-        windowMemory.push_back(whole.peakMegabytes);
-        bare.push_back(plain.milliseconds);
-        bareMemory.push_back(plain.peakMegabytes);
+        for (qsizetype kind = 0; kind < kinds.size(); ++kind) {
+            const Start start = timeStart(kinds[kind]);
+            milliseconds[size_t(kind)].push_back(start.milliseconds);
+            memory[size_t(kind)].push_back(start.peakMegabytes);
+            if (kind == 0) {
+                icons.push_back(start.iconMegabytes);
+                settledMemory.push_back(start.settledPeakMegabytes);
+            }
+        }
     }
-    BenchFigures::print("startup_to_first_paint_ms", BenchFigures::median(window), "ms");
-    BenchFigures::print("bare_qt_first_paint_ms", BenchFigures::median(bare), "ms");
-    BenchFigures::print("startup_peak_memory_mb", BenchFigures::median(windowMemory), "MB");
-    BenchFigures::print("bare_qt_peak_memory_mb", BenchFigures::median(bareMemory), "MB");
+    const double window = BenchFigures::median(milliseconds[0]);
+    const double text = BenchFigures::median(milliseconds[2]);
+    const double windowMemory = BenchFigures::median(memory[0]);
+    const double textMemory = BenchFigures::median(memory[2]);
+    const double iconMemory = BenchFigures::median(icons);
+    BenchFigures::print("startup_to_first_paint_ms", window, "ms");
+    BenchFigures::print("bare_qt_first_paint_ms", BenchFigures::median(milliseconds[1]), "ms");
+    BenchFigures::print("bare_qt_text_first_paint_ms", text, "ms");
+    BenchFigures::print("first_paint_over_text_window", window / text, "x");
+    BenchFigures::print("startup_peak_memory_mb", windowMemory, "MB");
+    BenchFigures::print("bare_qt_peak_memory_mb", BenchFigures::median(memory[1]), "MB");
+    BenchFigures::print("bare_qt_text_peak_memory_mb", textMemory, "MB");
+    BenchFigures::print("startup_icon_memory_mb", iconMemory, "MB");
+    BenchFigures::print("startup_settled_peak_memory_mb", BenchFigures::median(settledMemory),
+                        "MB");
+    BenchFigures::print("peak_memory_over_text_window_and_icons",
+                        windowMemory / (textMemory + iconMemory), "x");
 }
 
 } // namespace
@@ -197,8 +267,12 @@ int main(int argc, char *argv[]) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
-    if (argc == 3 && argv[1] == firstPaintArgument)
-        return argv[2] == QStringLiteral("window") ? paintWholeWindow() : paintBareWindow();
+    if (argc == 3 && argv[1] == firstPaintArgument) {
+        const QString kind = QString::fromLocal8Bit(argv[2]);
+        return kind == u"window" ? paintWholeWindow()
+               : kind == u"text" ? paintTextWindow()
+                                 : paintBareWindow();
+    }
 
     SimulatedSession session;
     install(session);

@@ -28,11 +28,9 @@ constexpr int menuIconSize = 18;
 
 AppDelegate::AppDelegate(AppSettings &settings, WindowMonitor &monitor, AppCatalog &catalog,
                          IconCache &icons, Workspace &workspace, Scheduler &scheduler,
-                         const ApplicationBundles &bundles, bool menuDrawnByDesktop,
-                         QObject *parent)
+                         const ApplicationBundles &bundles, QObject *parent)
     : QObject(parent), m_settings(settings), m_monitor(monitor), m_catalog(catalog), m_icons(icons),
-      m_workspace(workspace), m_scheduler(scheduler), m_bundles(bundles),
-      m_menuDrawnByDesktop(menuDrawnByDesktop) {
+      m_workspace(workspace), m_scheduler(scheduler), m_bundles(bundles) {
     connect(&m_statusMenu, &QMenu::aboutToShow, this, &AppDelegate::rebuildStatusMenu);
     connect(&m_statusMenu, &QMenu::aboutToHide, this, &AppDelegate::menuDidClose);
 }

@@ -24,13 +24,14 @@ class AppDelegate final : public QObject {
 public:
     using ActivationPolicy = RunningApplication::ActivationPolicy;
 
-    // menuDrawnByDesktop: the tray's menu is exported to the desktop, which draws it itself
-    // and shows plain items only.
     AppDelegate(AppSettings &settings, WindowMonitor &monitor, AppCatalog &catalog,
                 IconCache &icons, Workspace &workspace, Scheduler &scheduler,
-                const ApplicationBundles &bundles, bool menuDrawnByDesktop,
-                QObject *parent = nullptr);
+                const ApplicationBundles &bundles, QObject *parent = nullptr);
     ~AppDelegate() override;
+
+    // The tray's menu is exported to the desktop, which draws it itself and shows plain items
+    // only. Told before the launch finishes: finding out asks the session bus.
+    void setMenuDrawnByDesktop(bool drawn) { m_menuDrawnByDesktop = drawn; }
 
     void applicationDidFinishLaunching();
     // Whether a reopen was handled (always).
@@ -79,7 +80,7 @@ private:
     Workspace &m_workspace;
     Scheduler &m_scheduler;
     const ApplicationBundles &m_bundles;
-    const bool m_menuDrawnByDesktop;
+    bool m_menuDrawnByDesktop = false;
     std::unique_ptr<QSystemTrayIcon> m_statusItem;
     QMenu m_statusMenu;
     bool m_wasAccessoryBeforeMenu = false;

@@ -12,12 +12,18 @@
 #include <QMessageBox>
 #include <QTimer>
 
+namespace {
+
+// A window that is never exposed (opened on a hidden workspace) paints only when it is shown
+// there; the rest of the program starts after this long all the same.
+constexpr int paintWaitMs = 1000;
+
+} // namespace
+
 QuelloryApp::QuelloryApp(const ViewEnvironment &environment, Workspace &workspace,
-                         Scheduler &scheduler, Updater &updater, bool menuDrawnByDesktop,
-                         QObject *parent)
+                         Scheduler &scheduler, Updater &updater, QObject *parent)
     : QObject(parent), m_appDelegate(environment.settings, environment.monitor, environment.catalog,
-                                     environment.icons, workspace, scheduler, environment.bundles,
-                                     menuDrawnByDesktop),
+                                     environment.icons, workspace, scheduler, environment.bundles),
       m_updater(updater) {
     m_updater.startUpdater();
     m_window.setWindowTitle(MainView::windowTitle);
@@ -30,8 +36,6 @@ void QuelloryApp::useDesktopIcons(const QString &desktopThemeName) {
     if (QIcon::themeName().isEmpty())
         QIcon::setThemeName(desktopThemeName);
     QIcon::setFallbackThemeName(QStringLiteral("Adwaita"));
-    QApplication::setWindowIcon(QIcon::fromTheme(
-        AppCatalog::builtInBundleIdentifier, QIcon(QStringLiteral(":/app.quellory.Quellory.svg"))));
 }
 
 // Desktops with a global menu show it in their top bar; elsewhere it is the window's menu bar.
@@ -57,9 +61,31 @@ void QuelloryApp::addApplicationMenu() {
 }
 
 void QuelloryApp::start() {
+    m_window.installEventFilter(this);
     m_window.show();
-    QTimer::singleShot(0, &m_appDelegate,
-                       [this] { m_appDelegate.applicationDidFinishLaunching(); });
+    QTimer::singleShot(paintWaitMs, this, &QuelloryApp::finishLaunching);
+}
+
+bool QuelloryApp::eventFilter(QObject *watched, QEvent *event) {
+    // Once the event loop is back, the painted frame has gone to the display.
+    if (watched == &m_window && event->type() == QEvent::Paint) {
+        m_window.removeEventFilter(this);
+        QTimer::singleShot(0, this, &QuelloryApp::finishLaunching);
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void QuelloryApp::finishLaunching() {
+    if (m_hasFinishedLaunching)
+        return;
+    m_hasFinishedLaunching = true;
+    m_window.removeEventFilter(this);
+    // The task bar's icon, drawn from the SVG at every size X11 passes on: the first frame does
+    // not show it, and Qt hands it to the shown window.
+    QApplication::setWindowIcon(QIcon::fromTheme(
+        AppCatalog::builtInBundleIdentifier, QIcon(QStringLiteral(":/app.quellory.Quellory.svg"))));
+    emit firstPainted();
+    m_appDelegate.applicationDidFinishLaunching();
 }
 
 void QuelloryApp::reopen() {

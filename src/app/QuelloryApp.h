@@ -19,7 +19,7 @@ public:
 
     // Starts the updater at once; its command is enabled when it can check.
     QuelloryApp(const ViewEnvironment &environment, Workspace &workspace, Scheduler &scheduler,
-                Updater &updater, bool menuDrawnByDesktop, QObject *parent = nullptr);
+                Updater &updater, QObject *parent = nullptr);
 
     // Qt's own icon lookups (the toolbar's gear, the window's icon) follow the desktop's theme,
     // as the program's own do. Called once, before any window.
@@ -28,15 +28,25 @@ public:
     AppDelegate &appDelegate() { return m_appDelegate; }
     QMainWindow &mainWindow() { return m_window; }
 
-    // Shows the main window; the delegate starts the rest once it is up.
+    // Shows the main window; once it has painted, firstPainted() and the delegate start the
+    // rest, so that nothing the window does not show delays it.
     void start();
     // Another start of the program while this one runs.
     void reopen();
 
+signals:
+    // The main window is on screen: what it did not need may start now.
+    void firstPainted();
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
     void addApplicationMenu();
+    void finishLaunching();
 
     AppDelegate m_appDelegate;
     Updater &m_updater;
     QMainWindow m_window;
+    bool m_hasFinishedLaunching = false;
 };

@@ -45,7 +45,8 @@ int main(int argc, char **argv) {
     QApplication::setApplicationVersion(QStringLiteral(QUELLORY_VERSION));
     Translations::install(QLocale::system());
     QApplication::setDesktopFileName(AppCatalog::builtInBundleIdentifier);
-    QuelloryApp::useDesktopIcons(IconThemeProvider::desktopThemeName());
+    const QString iconTheme = IconThemeProvider::desktopThemeName();
+    QuelloryApp::useDesktopIcons(iconTheme);
     // The program's windows stay when the last one is hidden: it lives on in the tray.
     QApplication::setQuitOnLastWindowClosed(false);
 
@@ -56,7 +57,7 @@ int main(int argc, char **argv) {
 
     // The platform the models run on, chosen here and nowhere else.
     DesktopEntryApplications bundles;
-    IconThemeProvider icons(IconThemeProvider::desktopThemeName());
+    IconThemeProvider icons(iconTheme);
     SettingsFileDefaultsStore defaults;
     SystemClock clock;
     EventLoopScheduler scheduler;
@@ -65,9 +66,8 @@ int main(int argc, char **argv) {
     // its global pool and waits for it on the GUI thread, so nothing slow may ever queue there.
     // It ends, waiting for its tasks, before the parts they use.
     QThreadPool pool;
-    // X11, or a Wayland compositor together with its Xwayland.
-    const auto session = LinuxSession::workspace(bundles, log, pool);
-    Workspace &workspace = *session;
+    // X11, or a Wayland compositor together with its Xwayland, once the window is up.
+    SessionWorkspace workspace(bundles, pool);
     XdgAutostartService loginItems;
     AppEnvironment platform;
     platform.bundles = &bundles;
@@ -92,9 +92,13 @@ int main(int argc, char **argv) {
     UpdateDialog updateDialog;
     AppcastUpdater updater(AppcastUpdater::builtInFeedUrl(), QStringLiteral(QUELLORY_VERSION),
                            updateDialog);
-    QuelloryApp quellory(environment, workspace, scheduler, updater,
-                         StatusNotifierWatcher::isRegistered());
+    QuelloryApp quellory(environment, workspace, scheduler, updater);
     QObject::connect(&instance, &SingleInstance::reopenRequested, &quellory, &QuelloryApp::reopen);
+    // The window shows none of what follows: the running applications, the tray.
+    QObject::connect(&quellory, &QuelloryApp::firstPainted, &quellory, [&] {
+        LinuxSession::connect(workspace, bundles, log);
+        quellory.appDelegate().setMenuDrawnByDesktop(StatusNotifierWatcher::isRegistered());
+    });
     quellory.start();
     return QApplication::exec();
 }

@@ -26,9 +26,50 @@ namespace {
 
 constexpr int crossFadeMs = 250;
 
-// A gear from the icon theme; without one the button shows its text. Full-colour icons come
-// first: Qt draws symbolic ones in their own grey, which vanishes on a dark toolbar.
-QIcon settingsIcon() {
+// How long the search field's cursor blinks after the last input.
+constexpr int searchBlinkMs = 10000;
+
+} // namespace
+
+MainView::MainView(const ViewEnvironment &environment, QWidget *parent)
+    : QWidget(parent), m_environment(environment), m_search(new QLineEdit(this)),
+      m_content(new QStackedWidget(this)), m_loading(new LaunchLoadingView(m_content)) {
+    setMinimumSize(minimumSize);
+    setMaximumSize(maximumSize);
+    m_content->addWidget(m_loading);
+
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(makeToolbar());
+    layout->addWidget(m_content, 1);
+
+    connect(&environment.catalog, &AppCatalog::isLoadingChanged, this, &MainView::showContent);
+    // Tab goes as the eye does: the search, the settings button beside it, then the list.
+    setTabOrder(m_search, m_settingsButton);
+    if (!environment.catalog.isLoading())
+        m_content->setCurrentWidget(list());
+}
+
+// Made once the catalog has loaded: the placeholder stands in its place until then, and the
+// window's first paint does not wait for it. The search typed meanwhile carries over.
+AppsListView *MainView::list() {
+    if (m_list)
+        return m_list;
+    m_list = new AppsListView(m_environment.monitor, m_environment.catalog, m_environment.usage,
+                              m_environment.icons, m_environment.actions, m_environment.bundles,
+                              m_content);
+    m_content->addWidget(m_list);
+    m_list->setSearchText(m_search->text());
+    connect(m_search, &QLineEdit::textChanged, m_list, &AppsListView::setSearchText);
+    setTabOrder(m_settingsButton, m_list->selectionBar()->actionButton());
+    setTabOrder(m_list->selectionBar()->actionButton(), m_list->listView());
+    return m_list;
+}
+
+// Full-colour icons come first: Qt draws symbolic ones in their own grey, which vanishes on a
+// dark toolbar.
+QIcon MainView::settingsIcon() {
     for (const char *name : {"preferences-system", "emblem-system", "preferences-system-symbolic",
                              "emblem-system-symbolic"}) {
         const QIcon icon = QIcon::fromTheme(QString::fromLatin1(name));
@@ -38,51 +79,15 @@ QIcon settingsIcon() {
     return {};
 }
 
-// How long the search field's cursor blinks after the last input.
-constexpr int searchBlinkMs = 10000;
-
-} // namespace
-
-MainView::MainView(const ViewEnvironment &environment, QWidget *parent)
-    : QWidget(parent), m_environment(environment), m_search(new QLineEdit(this)),
-      m_settingsPopover(new SettingsPopoverView(environment.settings, environment.bundles, this)),
-      m_content(new QStackedWidget(this)), m_loading(new LaunchLoadingView(m_content)),
-      m_list(new AppsListView(environment.monitor, environment.catalog, environment.usage,
-                              environment.icons, environment.actions, environment.bundles,
-                              m_content)) {
-    setMinimumSize(minimumSize);
-    setMaximumSize(maximumSize);
-    m_content->addWidget(m_loading);
-    m_content->addWidget(m_list);
-
-    auto *layout = new QVBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(0);
-    layout->addWidget(makeToolbar());
-    layout->addWidget(m_content, 1);
-
-    connect(m_search, &QLineEdit::textChanged, m_list, &AppsListView::setSearchText);
-    connect(&environment.catalog, &AppCatalog::isLoadingChanged, this, &MainView::showContent);
-    connect(m_settingsPopover, &SettingsPopoverView::hidden, this,
-            [this] { setShowSettings(false); });
-    m_content->setCurrentWidget(environment.catalog.isLoading() ? static_cast<QWidget *>(m_loading)
-                                                                : m_list);
-    // Tab goes as the eye does: the search, the settings button beside it, then the list.
-    setTabOrder(m_search, m_settingsButton);
-    setTabOrder(m_settingsButton, m_list->selectionBar()->actionButton());
-    setTabOrder(m_list->selectionBar()->actionButton(), m_list->listView());
-}
-
 QWidget *MainView::makeToolbar() {
     auto *toolbar = new QWidget(this);
     toolbar->setBackgroundRole(QPalette::Window);
     m_search->setPlaceholderText(tr("Search apps"));
     m_search->setAccessibleName(tr("Search apps"));
-    m_search->setClearButtonEnabled(true);
+    // The clear button shows only over text; Qt draws its icon as it is added.
+    connect(m_search, &QLineEdit::textChanged, this, &MainView::addClearButton,
+            Qt::SingleShotConnection);
     new CursorBlinkLimit(m_search, searchBlinkMs);
-    // Qt's button has a picture and no name; a screen reader would read nothing.
-    for (QToolButton *button : m_search->findChildren<QToolButton *>())
-        button->setAccessibleName(tr("Clear search"));
     auto *find = new QShortcut(QKeySequence::Find, this);
     connect(find, &QShortcut::activated, m_search, [this] {
         m_search->setFocus(Qt::ShortcutFocusReason);
@@ -111,6 +116,13 @@ QWidget *MainView::makeToolbar() {
     return toolbar;
 }
 
+void MainView::addClearButton() {
+    m_search->setClearButtonEnabled(true);
+    // Qt's button has a picture and no name; a screen reader would read nothing.
+    for (QToolButton *button : m_search->findChildren<QToolButton *>())
+        button->setAccessibleName(tr("Clear search"));
+}
+
 QString MainView::searchText() const {
     return m_search->text();
 }
@@ -120,9 +132,21 @@ void MainView::setShowSettings(bool show) {
         return;
     m_showSettings = show;
     if (show)
-        m_settingsPopover->popUp(m_settingsButton);
-    else
+        settingsPopover()->popUp(m_settingsButton);
+    else if (m_settingsPopover)
         m_settingsPopover->hide();
+}
+
+// Made when first asked for: it asks the desktop for a mail program, which the window does not
+// need to appear.
+SettingsPopoverView *MainView::settingsPopover() {
+    if (!m_settingsPopover) {
+        m_settingsPopover =
+            new SettingsPopoverView(m_environment.settings, m_environment.bundles, this);
+        connect(m_settingsPopover, &SettingsPopoverView::hidden, this,
+                [this] { setShowSettings(false); });
+    }
+    return m_settingsPopover;
 }
 
 void MainView::showEvent(QShowEvent *event) {
@@ -132,9 +156,9 @@ void MainView::showEvent(QShowEvent *event) {
 }
 
 void MainView::showContent() {
-    if (m_environment.catalog.isLoading() || m_content->currentWidget() == m_list)
+    if (m_environment.catalog.isLoading() || (m_list && m_content->currentWidget() == m_list))
         return;
-    m_content->setCurrentWidget(m_list);
+    m_content->setCurrentWidget(list());
     // The list fades in over the placeholder's place; the effect goes once it has, since it
     // would make every later repaint of the list go through an offscreen buffer.
     auto *fade = new QGraphicsOpacityEffect(m_list);

@@ -36,6 +36,9 @@ public:
     // The size a window of this size is corrected to.
     static QSize correctedSize(QSize size);
 
+    // The toolbar's gear from the icon theme; null without one, and the button shows its text.
+    static QIcon settingsIcon();
+
     QSize sizeHint() const override { return idealSize; }
 
 protected:
@@ -43,14 +46,17 @@ protected:
 
 private:
     QWidget *makeToolbar();
+    void addClearButton();
     void showContent();
+    SettingsPopoverView *settingsPopover();
+    AppsListView *list();
 
     ViewEnvironment m_environment;
     QLineEdit *m_search;
     QToolButton *m_settingsButton = nullptr;
-    SettingsPopoverView *m_settingsPopover;
+    SettingsPopoverView *m_settingsPopover = nullptr;
     QStackedWidget *m_content;
     LaunchLoadingView *m_loading;
-    AppsListView *m_list;
+    AppsListView *m_list = nullptr;
     bool m_showSettings = false;
 };

@@ -54,8 +54,8 @@ private:
         AppDelegate delegate;
 
         explicit Shell(bool menuDrawnByDesktop = false)
-            : delegate(settings, monitor, catalog, icons, workspace, time, bundles,
-                       menuDrawnByDesktop) {
+            : delegate(settings, monitor, catalog, icons, workspace, time, bundles) {
+            delegate.setMenuDrawnByDesktop(menuDrawnByDesktop);
             bundles.mainID = QStringLiteral("app.quellory.Quellory");
             mainWindow.setWindowTitle(QStringLiteral("Quellory"));
             mainWindow.show();

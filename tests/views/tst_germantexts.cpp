@@ -3,6 +3,7 @@
 #include "fakes/FakeLoginItemService.h"
 #include "fakes/FakeUpdater.h"
 #include "models/AppSettings.h"
+#include "views/MainView.h"
 #include "views/SettingsPopoverView.h"
 #include "views/Translations.h"
 #include "views/UpdateDialog.h"
@@ -37,7 +38,7 @@ class GermanTextsTest : public QObject {
         AppSettings settings{defaults, loginItems};
         FakeUpdater updater;
         QuelloryApp app{ViewEnvironment{settings, monitor, catalog, usage, icons, actions, bundles},
-                        workspace, time, updater, false};
+                        workspace, time, updater};
     };
 
 private slots:
@@ -56,6 +57,7 @@ private slots:
         QCOMPARE(AppsListSelection::selectionSummary(0, 1), "1 zum Beenden ausgewählt");
         QCOMPARE(AppsListSelection::actionButtonTitle(1, 2), "1 App öffnen & 2 Apps beenden");
 
+        window.findChild<MainView *>()->setShowSettings(true);
         const auto *settings = window.findChild<SettingsPopoverView *>();
         QStringList heard;
         for (QWidget *part : settings->findChildren<QWidget *>())

@@ -63,10 +63,10 @@ private slots:
     void settingsButtonOpensAndClosesThePopover() {
         Window w;
         QVERIFY(QTest::qWaitForWindowExposed(&w.window));
-        auto *popover = w.view->findChild<SettingsPopoverView *>();
-        QVERIFY(popover && w.settingsButton());
+        QVERIFY(w.settingsButton());
         QTest::mouseClick(w.settingsButton(), Qt::LeftButton);
-        QTRY_VERIFY(popover->isVisible());
+        auto *popover = w.view->findChild<SettingsPopoverView *>();
+        QTRY_VERIFY(popover && popover->isVisible());
         QVERIFY(w.view->showSettings());
         // Clicking elsewhere closes a popup; the view learns it.
         popover->hide();

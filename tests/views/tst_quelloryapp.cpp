@@ -36,7 +36,7 @@ private:
         explicit Program(bool hasFeed) {
             updater.hasFeed = hasFeed;
             app.emplace(ViewEnvironment{settings, monitor, catalog, usage, icons, actions, bundles},
-                        workspace, time, updater, false);
+                        workspace, time, updater);
         }
         QStringList applicationMenu() {
             QStringList texts;

@@ -61,19 +61,24 @@ bool LinuxSession::isWayland() {
 std::unique_ptr<SessionWorkspace> LinuxSession::workspace(const ApplicationBundles &bundles,
                                                           SystemLog &log, QThreadPool &launchPool) {
     auto workspace = std::make_unique<SessionWorkspace>(bundles, launchPool);
+    connect(*workspace, bundles, log);
+    return workspace;
+}
+
+void LinuxSession::connect(SessionWorkspace &workspace, const ApplicationBundles &bundles,
+                           SystemLog &log) {
     if (!isWayland()) {
-        workspace->addSource(
+        workspace.addSource(
             std::make_unique<X11WindowSource>(log, X11WindowSource::Server::session));
     } else {
         // Xwayland's programs come first: they are read and closed through the X11 code.
         if (!qEnvironmentVariableIsEmpty("DISPLAY"))
-            workspace->addSource(
+            workspace.addSource(
                 std::make_unique<X11WindowSource>(log, X11WindowSource::Server::xwayland));
         if (isGnome())
-            addGnomeSources(*workspace, bundles, log);
+            addGnomeSources(workspace, bundles, log);
         else if (auto compositor = compositorSource(log))
-            workspace->addSource(std::move(compositor));
+            workspace.addSource(std::move(compositor));
     }
-    workspace->start();
-    return workspace;
+    workspace.start();
 }

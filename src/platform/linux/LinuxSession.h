@@ -19,4 +19,7 @@ public:
     // shell extension), together with the X11 programs of its Xwayland server.
     static std::unique_ptr<SessionWorkspace> workspace(const ApplicationBundles &bundles,
                                                        SystemLog &log, QThreadPool &launchPool);
+    // Connects a workspace made empty to this session's window systems, and reads them.
+    static void connect(SessionWorkspace &workspace, const ApplicationBundles &bundles,
+                        SystemLog &log);
 };
