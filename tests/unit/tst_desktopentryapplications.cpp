@@ -1,4 +1,6 @@
+#include "DesktopEntryComparison.h"
 #include "platform/linux/freedesktop/DesktopEntryApplications.h"
+#include "platform/linux/freedesktop/RegularFile.h"
 
 #include <QDir>
 #include <QFile>
@@ -7,7 +9,8 @@
 #include <sys/stat.h>
 
 // What the catalog's comparison with GIO cannot show: link loops, files GIO must not be given,
-// and the utilities, which GIO does not tell apart.
+// the utilities, which GIO does not tell apart, and the files that fuzzing found the reader to
+// read otherwise than GKeyFile.
 class DesktopEntryApplicationsTest : public QObject {
     Q_OBJECT
 
@@ -64,6 +67,22 @@ private slots:
                              "kde-linked.desktop kde/linked.desktop",
                              "tool.desktop tool.desktop utility", "top.desktop top.desktop utility",
                              "wine-Programs-Sub Menu-y.desktop wine/Programs/Sub Menu/y.desktop"}));
+    }
+
+    void readsTheFilesFoundByFuzzingAsGKeyFile_data() {
+        QTest::addColumn<QString>("path");
+        const QDir folder(qEnvironmentVariable("QUELLORY_SOURCE_DIR") +
+                          "/tests/unit/data/desktop-entries");
+        for (const QString &name : folder.entryList(QDir::Files))
+            QTest::newRow(qPrintable(name)) << folder.filePath(name);
+        QVERIFY2(!folder.isEmpty(), qPrintable(folder.path()));
+    }
+    void readsTheFilesFoundByFuzzingAsGKeyFile() {
+        QFETCH(QString, path);
+        const auto data = RegularFile::read(path);
+        QVERIFY(data);
+        QCOMPARE(QString::fromStdString(DesktopEntryComparison::differences(data->toStdString())),
+                 QString());
     }
 };
 
