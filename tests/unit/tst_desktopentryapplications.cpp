@@ -1,4 +1,5 @@
 #include "DesktopEntryComparison.h"
+#include "IconThemeComparison.h"
 #include "platform/linux/freedesktop/DesktopEntryApplications.h"
 #include "platform/linux/freedesktop/RegularFile.h"
 
@@ -9,8 +10,8 @@
 #include <sys/stat.h>
 
 // What the catalog's comparison with GIO cannot show: link loops, files GIO must not be given,
-// the utilities, which GIO does not tell apart, and the files that fuzzing found the reader to
-// read otherwise than GKeyFile.
+// the utilities, which GIO does not tell apart, and the files that fuzzing found the readers of
+// desktop entries and of icon themes to read otherwise than GKeyFile.
 class DesktopEntryApplicationsTest : public QObject {
     Q_OBJECT
 
@@ -72,7 +73,7 @@ private slots:
     void readsTheFilesFoundByFuzzingAsGKeyFile_data() {
         QTest::addColumn<QString>("path");
         const QDir folder(qEnvironmentVariable("QUELLORY_SOURCE_DIR") +
-                          "/tests/unit/data/desktop-entries");
+                          "/tests/unit/data/key-files");
         for (const QString &name : folder.entryList(QDir::Files))
             QTest::newRow(qPrintable(name)) << folder.filePath(name);
         QVERIFY2(!folder.isEmpty(), qPrintable(folder.path()));
@@ -81,8 +82,12 @@ private slots:
         QFETCH(QString, path);
         const auto data = RegularFile::read(path);
         QVERIFY(data);
-        QCOMPARE(QString::fromStdString(DesktopEntryComparison::differences(data->toStdString())),
-                 QString());
+        QTemporaryDir themes;
+        const std::string differences =
+            path.endsWith(".theme")
+                ? IconThemeComparison::differences(data->toStdString(), themes.path().toStdString())
+                : DesktopEntryComparison::differences(data->toStdString());
+        QCOMPARE(QString::fromStdString(differences), QString());
     }
 };
 
