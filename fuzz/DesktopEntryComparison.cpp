@@ -27,32 +27,30 @@ std::optional<std::string> copied(std::optional<std::string_view> text) {
 }
 
 void compareUntranslated(const DesktopEntryFile &file, KeyFileReference &reference, size_t key) {
-    const std::string name(keys[key]);
+    const char *const name = keys[key].data();
     std::string buffer;
-    reference.expectSame(name, copied(file.string(key, buffer)),
-                         reference.string(group, name.c_str()));
-    reference.expectSame(name + " as Boolean", file.boolean(key),
-                         reference.boolean(group, name.c_str()));
-    const auto list = reference.stringList(group, name.c_str());
-    reference.expectSame(name + " as list", file.stringList(key), list);
+    reference.expectSame({name}, copied(file.string(key, buffer)), reference.string(group, name));
+    reference.expectSame({name, " as Boolean"}, file.boolean(key), reference.boolean(group, name));
+    const auto list = reference.stringList(group, name);
+    reference.expectSame({name, " as list"}, file.stringList(key), list);
     // Membership is asked of every item GKeyFile has, and of some that it may lack.
     std::vector<std::string> items = list.value_or(std::vector<std::string>());
     items.insert(items.end(), {"", "GNOME", "System"});
     for (const std::string &item : items) {
         const bool listed = list && std::find(list->begin(), list->end(), item) != list->end();
-        reference.expectSame(name + " lists \"" + item + '"', file.listContains(key, item), listed);
+        reference.expectSame({name, " lists \"", item, "\""}, file.listContains(key, item), listed);
     }
 }
 
 void compareTranslated(const DesktopEntryFile &file, KeyFileReference &reference, size_t key,
                        const char *language) {
-    const std::string name(keys[key]);
+    const char *const name = keys[key].data();
     std::string buffer;
     auto translation = copied(file.translation(key, buffer));
     if (!translation)
         translation = copied(file.string(key, buffer));
-    reference.expectSame(name + " in " + language, translation,
-                         reference.localeString(group, name.c_str()));
+    reference.expectSame({name, " in ", language}, translation,
+                         reference.localeString(group, name));
 }
 
 // The reader in the languages of the process, as the catalog reads entries.
@@ -63,10 +61,10 @@ void compareInProcessLanguages(std::string_view data, KeyFileReference &referenc
                                      {names, names + g_strv_length(const_cast<char **>(names))});
     DesktopEntryFile file(entryKeys);
     const bool parsed = file.parse(data);
-    reference.expectSame("loads", parsed, reference.isLoaded());
+    reference.expectSame({"loads"}, parsed, reference.isLoaded());
     if (!parsed || !reference.isLoaded())
         return;
-    reference.expectSame("starts with [Desktop Entry]", file.startsWithDesktopEntry(),
+    reference.expectSame({"starts with [Desktop Entry]"}, file.startsWithDesktopEntry(),
                          reference.startGroup() == std::optional<std::string>(group));
     for (size_t key = 0; key < keys.size(); ++key) {
         // Untranslated values are the same in every language.

@@ -53,17 +53,17 @@ void compareDirectory(const IconThemeDirectory &directory, KeyFileReference &ref
                       const std::string &group) {
     const int size = integer(reference, group, "Size", 0, 0);
     const std::string type = reference.string(group.c_str(), "Type").value_or("Threshold");
-    const std::string what = '[' + group + "] ";
-    reference.expectSame(what + "Size", std::optional(directory.size), std::optional(size));
-    reference.expectSame(what + "Scale", std::optional(directory.scale),
+    reference.expectSame({"[", group, "] Size"}, std::optional(directory.size),
+                         std::optional(size));
+    reference.expectSame({"[", group, "] Scale"}, std::optional(directory.scale),
                          std::optional(std::min(integer(reference, group, "Scale", 1, 1), 64)));
-    reference.expectSame(what + "Type", std::optional(typeName(directory.type)),
+    reference.expectSame({"[", group, "] Type"}, std::optional(typeName(directory.type)),
                          std::optional(type == "Fixed" || type == "Scalable" ? type : "Threshold"));
-    reference.expectSame(what + "MinSize", std::optional(directory.minSize),
+    reference.expectSame({"[", group, "] MinSize"}, std::optional(directory.minSize),
                          std::optional(integer(reference, group, "MinSize", size, 0)));
-    reference.expectSame(what + "MaxSize", std::optional(directory.maxSize),
+    reference.expectSame({"[", group, "] MaxSize"}, std::optional(directory.maxSize),
                          std::optional(integer(reference, group, "MaxSize", size, 0)));
-    reference.expectSame(what + "Threshold", std::optional(directory.threshold),
+    reference.expectSame({"[", group, "] Threshold"}, std::optional(directory.threshold),
                          std::optional(integer(reference, group, "Threshold", 2, 0)));
 }
 
@@ -79,10 +79,10 @@ std::string IconThemeComparison::differences(std::string_view data, const std::s
     KeyFileReference reference(data, ',');
     const auto theme = IconTheme::load(themeName, {QString::fromStdString(folder)});
     const bool loads = reference.isLoaded() && reference.hasGroup(themeGroup);
-    reference.expectSame("loads", theme.has_value(), loads);
+    reference.expectSame({"loads"}, theme.has_value(), loads);
     if (!theme || !loads)
         return reference.differences();
-    reference.expectSame("Inherits", std::optional(utf8(theme->parents())),
+    reference.expectSame({"Inherits"}, std::optional(utf8(theme->parents())),
                          std::optional(items(reference, "Inherits")));
     // Every listed directory whose group states a size, in the order listed.
     std::vector<std::string> expected = items(reference, "Directories");
@@ -94,7 +94,7 @@ std::string IconThemeComparison::differences(std::string_view data, const std::s
     std::vector<std::string> read;
     for (const IconThemeDirectory &directory : theme->directories())
         read.push_back(directory.path.toStdString());
-    reference.expectSame("directories", std::optional(read), std::optional(expected));
+    reference.expectSame({"directories"}, std::optional(read), std::optional(expected));
     for (size_t i = 0; i < std::min(read.size(), expected.size()); ++i)
         compareDirectory(theme->directories().at(qsizetype(i)), reference, expected[i]);
     return reference.differences();

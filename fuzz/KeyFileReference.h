@@ -1,5 +1,6 @@
 #pragma once
 
+#include <initializer_list>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -28,12 +29,16 @@ public:
     std::optional<std::vector<std::string>> stringList(const char *group, const char *key) const;
     std::optional<int> integer(const char *group, const char *key) const;
 
-    // Notes a difference between a reader's answer and GKeyFile's.
+    // Notes a difference between a reader's answer and GKeyFile's; what names the answer, in
+    // pieces that are joined only for a difference.
     template <typename Value>
-    void expectSame(const std::string &what, const Value &reader, const Value &gkeyfile) {
-        if (reader != gkeyfile)
-            m_differences +=
-                what + ": reader " + text(reader) + ", GKeyFile " + text(gkeyfile) + '\n';
+    void expectSame(std::initializer_list<std::string_view> what, const Value &reader,
+                    const Value &gkeyfile) {
+        if (reader == gkeyfile)
+            return;
+        for (const std::string_view piece : what)
+            m_differences += piece;
+        m_differences += ": reader " + text(reader) + ", GKeyFile " + text(gkeyfile) + '\n';
     }
     // Every difference noted, a line each; empty when the reader agreed throughout.
     const std::string &differences() const { return m_differences; }
