@@ -23,12 +23,17 @@ bool isSparkle(const QXmlStreamReader &xml, QStringView name) {
     return xml.namespaceUri() == AppcastFeed::sparkleNamespace && xml.name() == name;
 }
 
-// Links that the program may hand to the desktop to open: web pages and downloads, nothing that
-// would run or read something on this machine.
+// Links that the program may hand to the desktop to open: web pages and downloads over https,
+// nothing that would run or read something on this machine, nothing that a network in between
+// could change. A feed that came over plain http, as only one on this machine may, can name its
+// own server.
 QUrl webLink(const QUrl &base, const QString &text) {
     const QUrl link = base.resolved(QUrl(text.trimmed()));
-    return link.isValid() && (link.scheme() == u"https" || link.scheme() == u"http") ? link
-                                                                                     : QUrl();
+    if (!link.isValid() || link.host().isEmpty())
+        return {};
+    const bool isFeedsServer =
+        link.scheme() == base.scheme() && link.host() == base.host() && link.port() == base.port();
+    return link.scheme() == u"https" || (link.scheme() == u"http" && isFeedsServer) ? link : QUrl();
 }
 
 void readEnclosure(const QXmlStreamReader &xml, const QUrl &base, WrittenItem &item) {

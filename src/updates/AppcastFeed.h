@@ -23,7 +23,7 @@ public:
         VersionNumber version;
         // What the user reads: the short version string, else the version.
         QString displayVersion;
-        // An http or https address.
+        // An https address (http only on the server of a feed that came over http).
         QUrl link;
     };
 

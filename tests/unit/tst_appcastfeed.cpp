@@ -78,8 +78,9 @@ private slots:
             two + "<enclosure url=' Quellory-2.0.tar.gz '/>", "2.0",
             QUrl("https://quellory.app/updates/Quellory-2.0.tar.gz"));
         row("neither enclosure nor link: the channel's link", two, "2.0", home);
-        row("no web address: the channel's link",
-            two + "<enclosure url='file:///usr/bin/quellory'/><link>javascript:alert(1)</link>",
+        row("no https address: the channel's link",
+            two + "<enclosure url='file:///usr/bin/quellory'/><link>javascript:alert(1)</link>"
+                  "<enclosure url='http://quellory.app/2.0.tar.gz'/>",
             "2.0", home);
         row("enclosure for another system only",
             two + "<link>https://quellory.app/2.0</link>"

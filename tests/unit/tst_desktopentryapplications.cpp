@@ -1,5 +1,8 @@
+#include "DesktopEntryComparison.h"
 #include "fakes/WriteFile.h"
+#include "IconThemeComparison.h"
 #include "platform/linux/freedesktop/DesktopEntryApplications.h"
+#include "platform/linux/freedesktop/RegularFile.h"
 
 #include <QDir>
 #include <QFile>
@@ -8,7 +11,8 @@
 #include <sys/stat.h>
 
 // What the catalog's comparison with GIO cannot show: link loops, files GIO must not be given,
-// and the utilities, which GIO does not tell apart.
+// the utilities, which GIO does not tell apart, and the files that fuzzing found the readers of
+// desktop entries and of icon themes to read otherwise than GKeyFile.
 class DesktopEntryApplicationsTest : public QObject {
     Q_OBJECT
 
@@ -64,6 +68,26 @@ private slots:
                              "kde-linked.desktop kde/linked.desktop",
                              "tool.desktop tool.desktop utility", "top.desktop top.desktop utility",
                              "wine-Programs-Sub Menu-y.desktop wine/Programs/Sub Menu/y.desktop"}));
+    }
+
+    void readsTheFilesFoundByFuzzingAsGKeyFile_data() {
+        QTest::addColumn<QString>("path");
+        const QDir folder(qEnvironmentVariable("QUELLORY_SOURCE_DIR") +
+                          "/tests/unit/data/key-files");
+        for (const QString &name : folder.entryList(QDir::Files))
+            QTest::newRow(qPrintable(name)) << folder.filePath(name);
+        QVERIFY2(!folder.isEmpty(), qPrintable(folder.path()));
+    }
+    void readsTheFilesFoundByFuzzingAsGKeyFile() {
+        QFETCH(QString, path);
+        const auto data = RegularFile::read(path);
+        QVERIFY(data);
+        QTemporaryDir themes;
+        const std::string differences =
+            path.endsWith(".theme")
+                ? IconThemeComparison::differences(data->toStdString(), themes.path().toStdString())
+                : DesktopEntryComparison::differences(data->toStdString());
+        QCOMPARE(QString::fromStdString(differences), QString());
     }
 };
 

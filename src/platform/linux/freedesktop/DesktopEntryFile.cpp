@@ -18,7 +18,7 @@ enum ByteClass : unsigned char {
 
 constexpr std::array<unsigned char, 256> byteClasses = [] {
     std::array<unsigned char, 256> classes{};
-    for (const char c : std::string_view(" \t\n\r\f\v"))
+    for (const char c : std::string_view(" \t\n\r\f"))
         classes[static_cast<unsigned char>(c)] |= space;
     for (const char c : std::string_view("=[]"))
         classes[static_cast<unsigned char>(c)] |= keyEnd;
@@ -48,16 +48,28 @@ bool isUtf8EncodingName(std::string_view value) {
                       [](char a, char b) { return g_ascii_tolower(a) == b; });
 }
 
+bool isContinuationByte(char c) {
+    return (static_cast<unsigned char>(c) & 0xc0) == 0x80;
+}
+
 // The length of the character that starts text when it may appear in a key's locale, else 0.
-// Beyond ASCII, GKeyFile takes any letter or digit.
+// Beyond ASCII, GKeyFile takes any letter or digit; it steps from one character to the next
+// over every byte that continues one, even bytes that continue none.
 size_t localeCharLength(const char *text, const char *end) {
-    if (is(*text, localeChar))
-        return 1;
-    if (static_cast<unsigned char>(*text) < 0x80 ||
-        !g_unichar_isalnum(g_utf8_get_char_validated(text, end - text)))
+    if (!is(*text, localeChar) && (static_cast<unsigned char>(*text) < 0x80 ||
+                                   !g_unichar_isalnum(g_utf8_get_char_validated(text, end - text))))
         return 0;
-    const char *next = g_utf8_find_next_char(text, end);
-    return size_t((next ? next : end) - text);
+    const char *next = text + 1;
+    while (next != end && isContinuationByte(*next))
+        ++next;
+    return size_t(next - text);
+}
+
+// What may follow a group's ']': blanks, and the bytes that GKeyFile steps over as it does in a
+// locale.
+bool isGroupLineTail(std::string_view tail) {
+    return std::all_of(tail.begin(), tail.end(),
+                       [](char c) { return c == ' ' || c == '\t' || isContinuationByte(c); });
 }
 
 bool isGroupName(std::string_view name) {
@@ -138,9 +150,8 @@ bool DesktopEntryFile::parse(std::string_view data) {
     std::fill(m_values.begin(), m_values.end(), std::string_view());
     m_startGroup.reset();
     m_startsWithDesktopEntry = m_inStartGroup = m_inDesktopEntry = false;
-    // GKeyFile cuts lines short at a NUL byte; no text file has one.
-    if (std::memchr(data.data(), '\0', data.size()))
-        return false;
+    // GKeyFile reads most of a line as a C string, up to a NUL byte; text files have none.
+    const bool hasNul = std::memchr(data.data(), '\0', data.size());
     const char *p = data.data();
     const char *const end = p + data.size();
     while (p != end) {
@@ -150,12 +161,16 @@ bool DesktopEntryFile::parse(std::string_view data) {
             lineEnd = end;
         else if (lineEnd != p && lineEnd[-1] == '\r')
             --lineEnd;
-        while (p != lineEnd && is(*p, space))
+        const auto *nul =
+            hasNul ? static_cast<const char *>(std::memchr(p, '\0', size_t(lineEnd - p))) : nullptr;
+        const char *const textEnd = nul ? nul : lineEnd;
+        while (p != textEnd && is(*p, space))
             ++p;
         // Blank lines and comments need nothing more.
-        if (p != lineEnd && *p != '#') {
-            const std::string_view line(p, size_t(lineEnd - p));
-            if (!(*p == '[' ? parseGroup(line) : parseKeyValue(line)))
+        if (p != textEnd && *p != '#') {
+            const std::string_view text(p, size_t(textEnd - p));
+            const std::string_view afterNul(textEnd, size_t(lineEnd - textEnd));
+            if (!(*p == '[' ? parseGroup(text, afterNul) : parseKeyValue(text, afterNul)))
                 return false;
         }
         p = next;
@@ -163,12 +178,11 @@ bool DesktopEntryFile::parse(std::string_view data) {
     return true;
 }
 
-bool DesktopEntryFile::parseGroup(std::string_view line) {
+// GKeyFile takes the group's name up to the line's last ']', even one beyond a NUL byte.
+bool DesktopEntryFile::parseGroup(std::string_view line, std::string_view afterNul) {
     const size_t close = line.find(']');
-    if (close == std::string_view::npos)
-        return false;
-    const std::string_view rest = line.substr(close + 1);
-    if (rest.find_first_not_of(" \t") != std::string_view::npos)
+    if (close == std::string_view::npos || !isGroupLineTail(line.substr(close + 1)) ||
+        afterNul.find(']') != std::string_view::npos)
         return false;
     const std::string_view name = line.substr(1, close - 1);
     if (!isGroupName(name))
@@ -183,8 +197,9 @@ bool DesktopEntryFile::parseGroup(std::string_view line) {
 }
 
 // A line "key=value" or "key[locale]=value", blanks allowed around '='. The key may not end in
-// a blank before its locale, nor hold a bracket anywhere else.
-bool DesktopEntryFile::parseKeyValue(std::string_view line) {
+// a blank before its locale, nor hold a bracket anywhere else. The value ends at a NUL byte,
+// though GKeyFile checks the file's encoding against the whole of the line.
+bool DesktopEntryFile::parseKeyValue(std::string_view line, std::string_view afterNul) {
     const char *const begin = line.data();
     const char *const end = begin + line.size();
     const char *p = begin;
@@ -219,7 +234,7 @@ bool DesktopEntryFile::parseKeyValue(std::string_view line) {
         ++p;
     const std::string_view value(p, size_t(end - p));
     if (m_inStartGroup && !locale.data() && DesktopEntryKeys::isSame(key, "Encoding") &&
-        !isUtf8EncodingName(value))
+        !isUtf8EncodingName({p, value.size() + afterNul.size()}))
         return false;
     if (m_inDesktopEntry) {
         if (const int index = m_keys.indexOf(key); index >= 0)

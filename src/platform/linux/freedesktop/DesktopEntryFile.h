@@ -42,8 +42,9 @@ public:
     bool listContains(size_t key, std::string_view item) const;
 
 private:
-    bool parseGroup(std::string_view line);
-    bool parseKeyValue(std::string_view line);
+    // A line as far as its first NUL byte, and what follows that byte.
+    bool parseGroup(std::string_view line, std::string_view afterNul);
+    bool parseKeyValue(std::string_view line, std::string_view afterNul);
     void keep(size_t key, std::string_view locale, std::string_view value);
     // The value of a key, untranslated (language 0) or for the language at language - 1.
     std::optional<std::string_view> raw(size_t key, size_t language = 0) const;

@@ -29,9 +29,12 @@ QStringList stringList(GKeyFile *file, const char *group, const char *key) {
     gsize length = 0;
     g_auto(GStrv) values = g_key_file_get_string_list(file, group, key, &length, nullptr);
     QStringList result;
-    for (gsize i = 0; i < length; ++i)
-        if (values[i][0] != '\0')
-            result.append(QString::fromUtf8(values[i]).trimmed());
+    // Blanks around an item are no part of it, as GLib strips them (a vertical tab, a no-break
+    // space stay).
+    for (gsize i = 0; i < length; ++i) {
+        if (const char *item = g_strstrip(values[i]); item[0] != '\0')
+            result.append(QString::fromUtf8(item));
+    }
     return result;
 }
 

@@ -23,6 +23,8 @@ public:
     const QString &name() const { return m_name; }
     // The themes this one inherits from, in order.
     const QStringList &parents() const { return m_parents; }
+    // The directories that index.theme describes well enough to look in, in its order.
+    const QList<IconThemeDirectory> &directories() const { return m_directories; }
     // The file of the icon in a directory made for the size, else in the nearest directory;
     // empty when the theme lacks the icon.
     QString lookupIcon(const QString &iconName, int size, int scale) const;
