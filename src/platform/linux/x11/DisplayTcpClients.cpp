@@ -33,8 +33,7 @@ std::vector<qint32> owners(const std::vector<quint64> &inodes) {
     while (const dirent *process = processes ? readdir(processes.get()) : nullptr) {
         const qint32 pid = qint32(std::atoi(process->d_name));
         const std::string fds = "/proc/" + std::string(process->d_name) + "/fd";
-        const std::unique_ptr<DIR, decltype(&closedir)> files(
-            pid > 0 ? opendir(fds.c_str()) : nullptr, &closedir);
+        const Folder files(pid > 0 ? opendir(fds.c_str()) : nullptr);
         while (const dirent *file = files ? readdir(files.get()) : nullptr) {
             char target[64] = {};
             const std::string path = fds + '/' + file->d_name;
