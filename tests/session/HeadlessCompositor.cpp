@@ -1,5 +1,7 @@
 #include "HeadlessCompositor.h"
 
+#include "SessionProcesses.h"
+
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
@@ -14,6 +16,15 @@ constexpr uid_t sessionUser = 65534;
 
 bool isRoot() {
     return getuid() == 0;
+}
+
+// The command that runs a program as the session's user.
+QStringList asSessionUser(const QString &program, const QStringList &arguments) {
+    if (!isRoot())
+        return QStringList{program} + arguments;
+    return QStringList{QStringLiteral("setpriv"), QStringLiteral("--reuid=65534"),
+                       QStringLiteral("--regid=65534"), QStringLiteral("--clear-groups"), program} +
+           arguments;
 }
 
 void makeOwn(const QString &path) {
@@ -93,16 +104,9 @@ void HeadlessCompositor::share(const char *name, const QString &value) {
 void HeadlessCompositor::prepare(QProcess &process, const QString &program,
                                  const QStringList &arguments,
                                  const QProcessEnvironment &environment) const {
-    if (isRoot()) {
-        process.setProgram(QStringLiteral("setpriv"));
-        process.setArguments(QStringList{QStringLiteral("--reuid=65534"),
-                                         QStringLiteral("--regid=65534"),
-                                         QStringLiteral("--clear-groups"), program} +
-                             arguments);
-    } else {
-        process.setProgram(program);
-        process.setArguments(arguments);
-    }
+    QStringList command = asSessionUser(program, arguments);
+    process.setProgram(command.takeFirst());
+    process.setArguments(command);
     process.setProcessEnvironment(environment);
     process.setStandardInputFile(QProcess::nullDevice());
     process.setStandardOutputFile(QProcess::nullDevice());
@@ -113,11 +117,9 @@ qint64 HeadlessCompositor::start(const QString &program, const QStringList &argu
                                  const QProcessEnvironment &extraEnvironment) {
     QProcessEnvironment environment = m_environment;
     environment.insert(extraEnvironment);
-    QProcess process;
-    prepare(process, program, arguments, environment);
-    qint64 processIdentifier = 0;
     // setpriv runs the program in its own place: the pid is the program's.
-    return process.startDetached(&processIdentifier) ? processIdentifier : 0;
+    const QStringList command = asSessionUser(program, arguments);
+    return startDetached(command.first(), command.mid(1), environment);
 }
 
 QByteArray HeadlessCompositor::run(const QString &program, const QStringList &arguments) {
